@@ -1,0 +1,68 @@
+// Bounded copies and small changes of plain C texts.
+#include "config/text.h"
+
+#include <cctype>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+
+namespace
+{
+
+constexpr size_t SHARED_TEXT_SIZE = 1024;
+
+char *copy_converted(const char *source, char *destination, size_t size, int (*convert)(int))
+{
+    if (size == 0)
+        return destination;
+    size_t i = 0;
+    for (; i + 1 < size && source[i] != '\0'; ++i)
+        destination[i] = static_cast<char>(convert(static_cast<unsigned char>(source[i])));
+    destination[i] = '\0';
+    return destination;
+}
+
+} // namespace
+
+void safe_strncpy(char *destination, const char *source, size_t size)
+{
+    if (size == 0)
+        return;
+    strncpy(destination, source, size);
+    destination[size - 1] = '\0';
+}
+
+char *strip_newline(char *text)
+{
+    const size_t length = strlen(text);
+    if (length > 0 && text[length - 1] == '\n')
+        text[length - 1] = '\0';
+    return text;
+}
+
+char *str_tolower(const char *source, char *destination, size_t size)
+{
+    return copy_converted(source, destination, size, tolower);
+}
+
+char *str_toupper(const char *source, char *destination, size_t size)
+{
+    return copy_converted(source, destination, size, toupper);
+}
+
+char *str_tolower_static(const char *source)
+{
+    static char lowered[SHARED_TEXT_SIZE];
+    return str_tolower(source, lowered, sizeof lowered);
+}
+
+char *str_toupper_static(const char *source)
+{
+    static char raised[SHARED_TEXT_SIZE];
+    return str_toupper(source, raised, sizeof raised);
+}
+
+int decimal_value(const char *text)
+{
+    return static_cast<int32_t>(strtol(text, nullptr, 10));
+}

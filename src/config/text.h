@@ -1,0 +1,27 @@
+// Bounded copies and small changes of plain C texts.
+#pragma once
+
+#include <cstddef>
+
+/// Copies `source` into `destination`, cut to `size` - 1 characters and always terminated.
+/// The rest of `destination` is filled with NULs. A size of 0 copies nothing.
+void safe_strncpy(char *destination, const char *source, size_t size);
+
+/// Removes one trailing line feed, if any. Returns `text`.
+char *strip_newline(char *text);
+
+/// Copies at most `size` - 1 characters with ASCII letters lowered; always terminates.
+/// Returns `destination`.
+char *str_tolower(const char *source, char *destination, size_t size);
+
+/// The same with letters in upper case.
+char *str_toupper(const char *source, char *destination, size_t size);
+
+/// `str_tolower` into a shared buffer of 1024 bytes, overwritten by the next call.
+char *str_tolower_static(const char *source);
+
+/// `str_toupper` into a shared buffer of 1024 bytes, overwritten by the next call.
+char *str_toupper_static(const char *source);
+
+/// Reads a decimal number as `strtol` does (0 when there are no digits) and keeps its low 32 bits.
+int decimal_value(const char *text);

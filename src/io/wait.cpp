@@ -1,0 +1,28 @@
+// Bounded waits for one descriptor, and the clock that they are measured by.
+#include "io/wait.h"
+
+#include <cerrno>
+#include <ctime>
+#include <poll.h>
+
+int64_t monotonic_us()
+{
+    struct timespec now = {};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return now.tv_sec * MICROSECONDS_PER_SECOND + now.tv_nsec / 1000;
+}
+
+int wait_for(int fd, short events, int64_t timeout_us)
+{
+    if (timeout_us < 0)
+        timeout_us = 0;
+    struct pollfd waited = {fd, events, 0};
+    const struct timespec timeout = {timeout_us / MICROSECONDS_PER_SECOND,
+                                     (timeout_us % MICROSECONDS_PER_SECOND) * 1000};
+    const int ready = ppoll(&waited, 1, &timeout, nullptr);
+    if (ready > 0 && (waited.revents & POLLNVAL) != 0) {
+        errno = EBADF;
+        return -1;
+    }
+    return ready;
+}

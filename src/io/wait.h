@@ -1,0 +1,16 @@
+// Bounded waits for one descriptor, and the clock that they are measured by.
+#pragma once
+
+#include <cstdint>
+
+constexpr int64_t MICROSECONDS_PER_MILLISECOND = 1000;
+constexpr int64_t MICROSECONDS_PER_SECOND = 1000000;
+
+/// Microseconds on a clock that no change of the system time moves.
+int64_t monotonic_us();
+
+/// Waits at most `timeout_us` microseconds (0 or less: not at all) until `fd` shows one of
+/// `events` (POLLIN, POLLOUT) or is closed or broken, so that the next read or write returns at
+/// once. Returns 1 when it does, 0 when the time is over, -1 when the wait failed (`errno`).
+/// Any descriptor number will do.
+int wait_for(int fd, short events, int64_t timeout_us);

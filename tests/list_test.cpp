@@ -1,0 +1,79 @@
+// The lists: keys, order, cutting, and who owns what.
+#include "driver/desc_queue.h"
+#include "driver/device_list.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace
+{
+
+std::vector<std::string> keys(device_list list)
+{
+    std::vector<std::string> found;
+    for (list_node *node = list; node != nullptr; node = node->next)
+        found.emplace_back(static_cast<device_record *>(node->data)->ip);
+    return found;
+}
+
+} // namespace
+
+TEST(DeviceList, FindsByExactTextAndKeepsTheOrderOfFirstSight)
+{
+    device_list list;
+    list_init(&list);
+    device_record *first = device_list_find_or_add(&list, "10.0.0.5");
+    first->snmp_detected = 1;
+    device_list_find_or_add(&list, "10.0.0.5 ");
+    device_list_find_or_add(&list, "fe80::A");
+    device_list_find_or_add(&list, "fe80::a");
+    device_list_find_or_add(&list, "");
+    EXPECT_EQ(device_list_find_or_add(&list, "10.0.0.5"), first);
+    EXPECT_EQ(device_list_find_or_add(&list, "")->snmp_detected, 0);
+    EXPECT_EQ(keys(list),
+              (std::vector<std::string>{"10.0.0.5", "10.0.0.5 ", "fe80::A", "fe80::a", ""}));
+    list_free(&list);
+    EXPECT_EQ(list, nullptr);
+    list_free(&list);
+}
+
+TEST(DeviceList, CutsALongKeyAndDoesNotFindItAgain)
+{
+    device_list list;
+    list_init(&list);
+    const std::string key(40, 'x');
+    device_record *first = device_list_find_or_add(&list, key.c_str());
+    EXPECT_EQ(std::string(first->ip), std::string(39, 'x'));
+    EXPECT_NE(device_list_find_or_add(&list, key.c_str()), first);
+    EXPECT_EQ(keys(list).size(), 2U);
+    list_free(&list);
+}
+
+TEST(List, RemovesMatchesAtHeadMiddleAndTail)
+{
+    device_list list;
+    list_init(&list);
+    for (const char *ip : {"fe80::1", "10.0.0.1", "fe80::2", "fe80::3", "10.0.0.2", "fe80::4"})
+        device_list_find_or_add(&list, ip);
+    list_remove_if(&list, [](const void *data) {
+        return static_cast<const device_record *>(data)->ip[0] == 'f';
+    });
+    EXPECT_EQ(keys(list), (std::vector<std::string>{"10.0.0.1", "10.0.0.2"}));
+    list_free(&list);
+}
+
+TEST(DescQueue, KeepsTheFirstRequestForAnAddress)
+{
+    desc_queue queue;
+    list_init(&queue);
+    desc_request *entry = desc_queue_add(&queue, "10.0.0.5", 1);
+    EXPECT_EQ(entry->describe, 0);
+    entry->started = 1;
+    EXPECT_EQ(desc_queue_add(&queue, "10.0.0.5", 0), entry);
+    EXPECT_EQ(entry->describe, 0);
+    EXPECT_EQ(entry->started, 1);
+    EXPECT_EQ(desc_queue_add(&queue, "10.0.0.6", 0)->describe, 1);
+    list_free(&queue);
+}
