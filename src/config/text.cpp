@@ -32,6 +32,12 @@ void safe_strncpy(char *destination, const char *source, size_t size)
     destination[size - 1] = '\0';
 }
 
+void append_text(char *destination, const char *tail, size_t size)
+{
+    const size_t length = strnlen(destination, size);
+    safe_strncpy(destination + length, tail, size - length);
+}
+
 char *strip_newline(char *text)
 {
     const size_t length = strlen(text);

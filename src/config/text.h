@@ -7,6 +7,9 @@
 /// The rest of `destination` is filled with NULs. A size of 0 copies nothing.
 void safe_strncpy(char *destination, const char *source, size_t size);
 
+/// Appends `tail` to the text in `destination`, a buffer of `size` bytes, as far as it fits.
+void append_text(char *destination, const char *tail, size_t size);
+
 /// Removes one trailing line feed, if any. Returns `text`.
 char *strip_newline(char *text);
 

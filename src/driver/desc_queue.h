@@ -8,9 +8,9 @@
 
 /// One queued address.
 struct desc_request {
-    char ip[IP_SIZE];  ///< the key of the queue
-    int32_t started;   ///< 1: a child was started for it; it is never started again
-    int32_t describe;  ///< 1: start a description child, 0: a scanner inquiry child
+    char ip[IP_SIZE]; ///< the key of the queue
+    int32_t started;  ///< 1: a child was started for it; it is never started again
+    int32_t describe; ///< 1: start a description child, 0: a scanner inquiry child
 };
 
 /// A list whose nodes carry `desc_request`s, in the order of queueing.

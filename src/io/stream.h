@@ -13,7 +13,10 @@ struct descriptor {
     explicit descriptor(int owned) : fd(owned) {}
     descriptor(const descriptor &) = delete;
     descriptor &operator=(const descriptor &) = delete;
-    ~descriptor() { reset(); }
+    ~descriptor()
+    {
+        reset();
+    }
 
     /// Closes what is owned and takes `owned` instead.
     void reset(int owned = -1)
@@ -33,7 +36,10 @@ struct descriptor {
 };
 
 struct file_closer {
-    void operator()(FILE *stream) const { fclose(stream); }
+    void operator()(FILE *stream) const
+    {
+        fclose(stream);
+    }
 };
 
 /// A stdio stream that is closed with its owner.

@@ -1,0 +1,104 @@
+// The command line: which run the process makes, and its settings.
+#include "driver/command_line.h"
+
+#include "config/community.h"
+#include "config/text.h"
+
+#include <cstdio>
+#include <cstring>
+
+namespace
+{
+
+bool begins_with(const char *text, const char *prefix)
+{
+    return strncmp(text, prefix, strlen(prefix)) == 0;
+}
+
+void select_default_methods(run_settings *settings)
+{
+    for (bool &selected : settings->methods)
+        selected = true;
+    settings->methods[METHOD_NODEQ6] = false;
+}
+
+void select_method(run_settings *settings, method_id method)
+{
+    settings->methods[method] = true;
+    printf("# Mode %s\n", METHODS[method].word);
+}
+
+/// Reads "-d" with its level attached. Returns false for a bare "-d" and any other argument.
+bool read_debug_option(const char *argument, run_settings *settings)
+{
+    if (!begins_with(argument, "-d") || argument[2] == '\0')
+        return false;
+    settings->debug_level = decimal_value(argument + 2);
+    return true;
+}
+
+/// Looks at one argument of the mode scan; its leading characters alone decide.
+void read_mode_argument(const char *argument, run_settings *settings)
+{
+    if (begins_with(argument, "--slp"))
+        select_method(settings, METHOD_SLP);
+    else if (begins_with(argument, "--snmp6"))
+        select_method(settings, METHOD_SNMP6);
+    else if (begins_with(argument, "--snmp"))
+        select_method(settings, METHOD_SNMP);
+    else if (begins_with(argument, "--nodeq6"))
+        select_method(settings, METHOD_NODEQ6);
+    else if (begins_with(argument, "--nodeq"))
+        select_method(settings, METHOD_NODEQ);
+    else if (begins_with(argument, "--scanner"))
+        settings->scanner = true;
+    else if (begins_with(argument, "--all"))
+        select_default_methods(settings);
+    else if (begins_with(argument, "--time"))
+        settings->time_marks = true;
+    else if (begins_with(argument, "-s"))
+        settings->kind = run_kind::child;
+    else
+        read_debug_option(argument, settings);
+}
+
+/// Reads the options before the modes. Returns the index of the first argument of the mode scan,
+/// or `argc` when nothing is left to scan. A single-device run sets `kind` and `address`.
+int read_leading_options(int argc, char **argv, run_settings *settings)
+{
+    int i = 1;
+    while (i < argc && argv[i][0] == '-') {
+        const char option = argv[i][1];
+        const char *value = i + 1 < argc ? argv[i + 1] : nullptr;
+        if (option == 'c' && value != nullptr) {
+            g_community_name = value;
+            i += 2;
+        } else if ((option == 'R' || option == 'I') && value != nullptr) {
+            settings->kind = option == 'R' ? run_kind::get_description : run_kind::scanner_inquiry;
+            settings->address = value;
+            return argc;
+        } else if (read_debug_option(argv[i], settings)) {
+            ++i;
+        } else {
+            break;
+        }
+    }
+    return i;
+}
+
+} // namespace
+
+run_settings read_command_line(int argc, char **argv)
+{
+    run_settings settings;
+    if (argc > 0)
+        settings.program = argv[0];
+    int i = read_leading_options(argc, argv, &settings);
+    if (settings.address != nullptr)
+        return settings;
+    if (i >= argc)
+        select_default_methods(&settings);
+    for (; i < argc; ++i)
+        read_mode_argument(argv[i], &settings);
+    return settings;
+}

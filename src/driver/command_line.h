@@ -1,0 +1,25 @@
+// The command line: which run the process makes, and its settings.
+#pragma once
+
+#include "driver/method.h"
+
+enum class run_kind {
+    parent,          ///< start a child a method, merge their lines, report
+    child,           ///< run the methods in this process, report
+    get_description, ///< describe one address
+    scanner_inquiry, ///< fetch the scanner inquiry block of one address
+};
+
+struct run_settings {
+    run_kind kind = run_kind::parent;
+    const char *program = "";      ///< argument 0; the children are started by it
+    const char *address = nullptr; ///< of the two single-device runs
+    int debug_level = 0;
+    bool methods[METHOD_COUNT] = {}; ///< the selected ones, by `method_id`
+    bool scanner = false;            ///< list scanners instead of printers
+    bool time_marks = false;
+};
+
+/// Reads the command line. Sets `g_community_name`, and prints each mode's line as its option is
+/// met. Unknown options and stray words are passed over. The texts stay those of `argv`.
+run_settings read_command_line(int argc, char **argv);

@@ -1,0 +1,44 @@
+// Entry point: reads the configuration and the command line, and makes the run they select.
+#include "config/oem_config.h"
+#include "driver/command_line.h"
+#include "driver/runs.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace
+{
+
+/// A process started with a closed standard stream would give that number to a socket or its log
+/// file and print into it.
+void hold_standard_descriptors()
+{
+    int fd = open("/dev/null", O_RDWR);
+    while (fd >= 0 && fd <= STDERR_FILENO)
+        fd = dup(fd);
+    if (fd > STDERR_FILENO)
+        close(fd);
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    hold_standard_descriptors();
+    if (read_oem_config(argc > 0 ? argv[0] : "") != 0)
+        puts("WARNING: configuration file not found");
+    const run_settings settings = read_command_line(argc, argv);
+    switch (settings.kind) {
+    case run_kind::child:
+        return run_child(settings);
+    case run_kind::get_description:
+        return run_get_description(settings);
+    case run_kind::scanner_inquiry:
+        return run_scanner_inquiry(settings);
+    case run_kind::parent:
+        break;
+    }
+    return run_parent(settings);
+}

@@ -1,0 +1,115 @@
+// The parent's loop: reads the children in turn until the last one has ended.
+#include "driver/merge_loop.h"
+
+#include "io/wait.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <poll.h>
+#include <unistd.h>
+
+namespace
+{
+
+constexpr int64_t SLOT_WAIT_US = 1000;
+constexpr int LAST_DISCOVERY_SLOT = 3; ///< lines of higher slots are description lines
+
+/// Length of the next line in `pending`, its line feed included: a line of LINE_SIZE - 1
+/// characters or more comes in pieces, and at the end of the stream the rest is a line. 0: none.
+size_t next_line_length(const child_slot &slot)
+{
+    const size_t searched = std::min(slot.pending_length, LINE_SIZE - 1);
+    const auto *feed = static_cast<const char *>(memchr(slot.pending, '\n', searched));
+    if (feed != nullptr)
+        return static_cast<size_t>(feed - slot.pending) + 1;
+    return searched == LINE_SIZE - 1 || slot.at_end != 0 ? searched : 0;
+}
+
+/// Takes the next line out of `pending` into `line`. Returns false when there is none.
+bool take_line(child_slot *slot, char (&line)[LINE_SIZE])
+{
+    const size_t length = next_line_length(*slot);
+    if (length == 0)
+        return false;
+    memcpy(line, slot->pending, length);
+    line[length] = '\0';
+    slot->pending_length -= length;
+    memmove(slot->pending, slot->pending + length, slot->pending_length);
+    return true;
+}
+
+/// Reads what the child has written, when `pending` holds no complete line. Waits at most
+/// `timeout_us` for it.
+void read_output(child_slot *slot, int64_t timeout_us)
+{
+    const int fd = fileno(slot->stream);
+    if (slot->at_end != 0 || wait_for(fd, POLLIN, timeout_us) <= 0)
+        return;
+    const ssize_t received =
+        read(fd, slot->pending + slot->pending_length, sizeof slot->pending - slot->pending_length);
+    if (received > 0) {
+        slot->pending_length += static_cast<size_t>(received);
+    } else if (received == 0 || errno != EINTR) {
+        slot->at_end = 1;
+        slot->error_number = received < 0 ? errno : 0;
+    }
+}
+
+/// Whether a line waits in any slot: then no other slot is waited for.
+bool any_line_waits(const child_slot *slots)
+{
+    return std::any_of(slots, slots + CHILD_SLOT_COUNT, [](const child_slot &slot) {
+        return slot.stream != nullptr && next_line_length(slot) > 0;
+    });
+}
+
+void merge_line(const merge_target *target, char *line, int slot)
+{
+    if (target->debug_level > 1)
+        printf("[%d]LINE: %s", slot, line);
+    if (slot <= LAST_DISCOVERY_SLOT)
+        merge_discovery_line(target, line, slot);
+    else
+        merge_desc_line(target, line, slot);
+}
+
+void close_ended(child_slot *slot, int number)
+{
+    if (slot->error_number != 0)
+        printf("# ERROR: descriptor # %d failed, %s\n", number, strerror(slot->error_number));
+    close_child_slot(slot);
+}
+
+/// Visits every slot once. Returns whether another pass is needed: a child that ended makes one,
+/// before the slots behind it are looked at, so that its slot is used again at once.
+bool run_pass(const merge_target *target)
+{
+    bool active = false;
+    for (int i = 0; i < CHILD_SLOT_COUNT; ++i) {
+        child_slot *slot = &target->slots[i];
+        if (slot->stream == nullptr)
+            continue;
+        active = true;
+        if (next_line_length(*slot) == 0)
+            read_output(slot, any_line_waits(target->slots) ? 0 : SLOT_WAIT_US);
+        char line[LINE_SIZE];
+        if (take_line(slot, line)) {
+            merge_line(target, line, i);
+        } else if (slot->at_end != 0) {
+            close_ended(slot, i);
+            return true;
+        }
+    }
+    return active;
+}
+
+} // namespace
+
+void merge_child_output(const merge_target *target, const char *program)
+{
+    do {
+        start_desc_children(target->queue, target->slots, program);
+    } while (run_pass(target));
+}

@@ -1,0 +1,124 @@
+// Discovery by nodeq, the devices' own UDP protocol, over IPv4 broadcast.
+#include "nodeq/nodeq.h"
+
+#include "io/socket.h"
+#include "io/stream.h"
+#include "io/wait.h"
+#include "nodeq/nodeq_packet.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <netinet/in.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace
+{
+
+constexpr int64_t QUIET_TIME_US = 500 * MICROSECONDS_PER_MILLISECOND;
+constexpr useconds_t PAUSE_US = 100 * MICROSECONDS_PER_MILLISECOND;
+constexpr int MAX_DATAGRAMS = 99; ///< a pass
+constexpr int EXCHANGES = 2;
+
+struct sockaddr_in ipv4_address(uint32_t address, uint16_t port)
+{
+    struct sockaddr_in result = {};
+    result.sin_family = AF_INET;
+    result.sin_port = htons(port);
+    result.sin_addr.s_addr = htonl(address);
+    return result;
+}
+
+void receive_answer(device_list *devices, int socket_fd)
+{
+    uint8_t answer[NODEQ_ANSWER_SIZE];
+    struct sockaddr_in source = {};
+    socklen_t source_size = sizeof source;
+    // A datagram that was announced can still be dropped (its checksum is wrong): never block.
+    const ssize_t received = recvfrom(socket_fd, answer, sizeof answer, MSG_DONTWAIT,
+                                      reinterpret_cast<struct sockaddr *>(&source), &source_size);
+    if (received <= 0)
+        return;
+    device_record scratch = {};
+    nodeq_parse_answer(answer, static_cast<size_t>(received), ntohl(source.sin_addr.s_addr),
+                       &scratch);
+    device_record *record = device_list_find_or_add(devices, scratch.ip);
+    if (record != nullptr)
+        nodeq_merge_answer(record, &scratch);
+}
+
+} // namespace
+
+int discover_using_nodeq(device_list *devices, const char *target)
+{
+    if (target[0] == 'u')
+        return 0;
+    const int socket_fd = nodeq_open_socket();
+    if (socket_fd < 0) {
+        printf("ERROR: Can not create nodeq socket: %s\n", strerror(errno));
+        return -1;
+    }
+    const descriptor owner(socket_fd);
+    for (int exchange = 0; exchange < EXCHANGES; ++exchange) {
+        if (exchange > 0)
+            usleep(PAUSE_US);
+        if (nodeq_send_request(socket_fd) < 0) {
+            printf("ERROR: nodeq detection failed: %s\n", strerror(errno));
+            return -2;
+        }
+        nodeq_collect_answers(devices, socket_fd);
+    }
+    return 0;
+}
+
+int nodeq_open_socket()
+{
+    descriptor owner(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+    if (owner.fd < 0)
+        return -1;
+    const int on = 1;
+    int failure = 0;
+    if (setsockopt(owner.fd, SOL_SOCKET, SO_BROADCAST, &on, sizeof on) != 0)
+        failure = -2;
+    const struct sockaddr_in any = ipv4_address(INADDR_ANY, 0);
+    if (failure == 0 &&
+        bind(owner.fd, reinterpret_cast<const struct sockaddr *>(&any), sizeof any) != 0)
+        failure = -3;
+    if (failure != 0) {
+        const int reason = errno;
+        owner.reset();
+        errno = reason;
+        return failure;
+    }
+    enlarge_receive_buffer(owner.fd);
+    return owner.release();
+}
+
+int nodeq_send_request(int socket_fd)
+{
+    if (socket_fd < 0)
+        return -1;
+    uint8_t request[NODEQ_REQUEST_SIZE];
+    nodeq_build_request(request);
+    const struct sockaddr_in everybody = ipv4_address(INADDR_BROADCAST, NODEQ_PORT);
+    return static_cast<int>(sendto(socket_fd, request, sizeof request, 0,
+                                   reinterpret_cast<const struct sockaddr *>(&everybody),
+                                   sizeof everybody));
+}
+
+int nodeq_collect_answers(device_list *devices, int socket_fd)
+{
+    for (int datagrams = 0; datagrams < MAX_DATAGRAMS; ++datagrams) {
+        const int ready = wait_for(socket_fd, POLLIN, QUIET_TIME_US);
+        if (ready == 0)
+            return 0;
+        if (ready < 0) {
+            printf("ERROR: select on nodeq socket failed: %s\n", strerror(errno));
+            return 0;
+        }
+        receive_answer(devices, socket_fd);
+    }
+    return 0;
+}

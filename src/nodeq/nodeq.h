@@ -1,0 +1,20 @@
+// Discovery by nodeq, the devices' own UDP protocol, over IPv4 broadcast.
+#pragma once
+
+#include "driver/device_list.h"
+
+/// Broadcasts two requests, 100 ms apart, and records every address that answers. A target that
+/// begins with "u", the IPv6 one, is not served: nothing is sent. Returns 0, -1 when the socket
+/// cannot be set up, -2 when a request cannot be sent; both are reported on standard output, and
+/// what was found before stays in the list.
+int discover_using_nodeq(device_list *devices, const char *target);
+
+/// Returns a UDP socket that may broadcast, which the caller closes; -1 when there is none, -2
+/// when broadcast is refused, -3 when it cannot be bound (`errno`).
+int nodeq_open_socket();
+
+/// Sends the request to 255.255.255.255. Returns the bytes sent, negative on failure (`errno`).
+int nodeq_send_request(int socket_fd);
+
+/// Collects answers until 0.5 s pass without one, or 99 datagrams have come. Returns 0.
+int nodeq_collect_answers(device_list *devices, int socket_fd);
