@@ -69,12 +69,12 @@ child_slot *free_desc_slot(child_slot *slots)
 
 void run_child_process(child_slot *slots, int slot, const char *program, const char *method)
 {
-    log_printf(LOG_TRACE, "TRACE: run_child_process <%s>\n", method);
+    log_printf(LOG_LEVEL_TRACE, "TRACE: run_child_process <%s>\n", method);
     std::string command = program_word(program);
     if (strcmp(g_community_name, DEFAULT_COMMUNITY) != 0)
         command += " -c " + shell_word(g_community_name);
     command += std::string(" -s --") + method;
-    log_printf(LOG_TRACE, "TRACE: run: <%.*s>\n", static_cast<int>(COMMAND_SIZE - 1),
+    log_printf(LOG_LEVEL_TRACE, "TRACE: run: <%.*s>\n", static_cast<int>(COMMAND_SIZE - 1),
                command.c_str());
     start_child(&slots[slot], command);
 }

@@ -11,7 +11,7 @@ namespace
 void free_node(list_node *node)
 {
     if (node->owns_data != 0)
-        free(node->data);
+        list_free_data(node->data);
     delete node;
 }
 
@@ -62,6 +62,11 @@ void list_remove_if(list_node **head, bool (*matches)(const void *data))
 void *list_new_data(size_t size)
 {
     return calloc(1, size);
+}
+
+void list_free_data(void *data)
+{
+    free(data);
 }
 
 void *list_append_zeroed(list_node **head, size_t size)

@@ -25,6 +25,9 @@ void list_remove_if(list_node **head, bool (*matches)(const void *data));
 /// Returns `size` zeroed bytes that a list can own, or nullptr when there is no memory.
 void *list_new_data(size_t size);
 
+/// Frees data from `list_new_data` that no list owns.
+void list_free_data(void *data);
+
 /// Appends `size` zeroed bytes, owned by the list, and returns them. Without memory for them it
 /// prints a message on standard output and returns nullptr; without memory for the node it prints
 /// another and returns data that no list holds, so what is written there is never reported.

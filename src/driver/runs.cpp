@@ -10,6 +10,10 @@
 #include "log/log.h"
 #include "log/timestamp.h"
 #include "nodeq/nodeq.h"
+#include "scan/scanner_inquiry.h"
+#include "scan/tcp_connect.h"
+#include "snmp/description_query.h"
+#include "snmp/snmp_discovery.h"
 
 #include <cstdlib>
 #include <ctime>
@@ -18,12 +22,13 @@ namespace
 {
 
 constexpr char IPV4_TARGET[] = "255.255.255.255";
+constexpr uint16_t SNMP_PORT = 161; ///< probed by TCP before a description query
 constexpr char IPV6_TARGET[] = "udp6:[ff02::1]";
 
 void open_process_log(const char *name)
 {
     log_open(name);
-    log_printf(LOG_INFO, "INFO: %s\n", timestamp_str());
+    log_printf(LOG_LEVEL_INFO, "INFO: %s\n", timestamp_str());
 }
 
 void run_nodeq(device_list *devices)
@@ -36,6 +41,18 @@ void run_nodeq6(device_list *devices)
     discover_using_nodeq(devices, IPV6_TARGET);
 }
 
+void run_snmp(device_list *devices)
+{
+    open_process_log("devscout_snmp");
+    discover_using_netsnmp(devices, IPV4_TARGET);
+}
+
+void run_snmp6(device_list *devices)
+{
+    open_process_log("devscout_snmp6");
+    discover_using_netsnmp(devices, IPV6_TARGET);
+}
+
 struct method_run {
     void (*discover)(device_list *devices);
     const char *mark; ///< label of the time mark after it
@@ -43,9 +60,9 @@ struct method_run {
 
 /// By `method_id`.
 constexpr method_run METHOD_RUNS[METHOD_COUNT] = {
-    {run_nodeq, "after discover_using_nodeq"},  {run_nodeq6, "after discover_using_nodeq6"},
-    {nullptr, "after discover_using_slp"},      {nullptr, "after discover_using_netsnmp"},
-    {nullptr, "after discover_using_netsnmp6"},
+    {run_nodeq, "after discover_using_nodeq"},    {run_nodeq6, "after discover_using_nodeq6"},
+    {nullptr, "after discover_using_slp"},        {run_snmp, "after discover_using_netsnmp"},
+    {run_snmp6, "after discover_using_netsnmp6"},
 };
 
 /// What a parent and a child do before their work. The start time is also that of the last mark.
@@ -110,14 +127,26 @@ int run_child(const run_settings &settings)
     return EXIT_SUCCESS;
 }
 
-int run_get_description(const run_settings &)
+int run_get_description(const run_settings &settings)
 {
     puts("# Mode get_description");
+    if (probe_reachable(settings.address, SNMP_PORT, settings.debug_level) == 0) {
+        print_unreachable_line(settings.address);
+        return EXIT_SUCCESS;
+    }
+    char dsc[DSC_SIZE];
+    getdesc_netsnmp(dsc, sizeof dsc, settings.address);
+    if (dsc[0] != '\0')
+        print_description_line(settings.address, dsc);
     return EXIT_SUCCESS;
 }
 
-int run_scanner_inquiry(const run_settings &)
+int run_scanner_inquiry(const run_settings &settings)
 {
     puts("# Mode scanner_inquiry");
-    return EXIT_FAILURE;
+    uint8_t block[SCAN_BLOCK_SIZE] = {};
+    if (scanner_inquiry(settings.address, block, sizeof block, settings.debug_level) == 0)
+        return EXIT_FAILURE;
+    print_hex_block(stdout, block, sizeof block);
+    return EXIT_SUCCESS;
 }

@@ -19,7 +19,7 @@ char log_path[PATH_SIZE];
 namespace
 {
 
-constexpr int DEFAULT_LOG_LEVEL = LOG_TRACE;
+constexpr int DEFAULT_LOG_LEVEL = LOG_LEVEL_TRACE;
 constexpr size_t LINE_SIZE = 4096;
 constexpr mode_t LOG_FILE_MODE = 0666; // less the process's umask
 
@@ -165,7 +165,7 @@ void log_close()
 
 void log_cleanup()
 {
-    log_printf(LOG_INFO, "INFO: %s\n", timestamp_str());
+    log_printf(LOG_LEVEL_INFO, "INFO: %s\n", timestamp_str());
     log_close();
 }
 
@@ -189,12 +189,12 @@ int log_printf(int level, const char *format, ...)
 
 int log_trace(const char *format, ...)
 {
-    if (!passes_filter(LOG_TRACE))
+    if (!passes_filter(LOG_LEVEL_TRACE))
         return 0;
-    log_printf(LOG_TRACE, "%s:", timestamp_str());
+    log_printf(LOG_LEVEL_TRACE, "%s:", timestamp_str());
     va_list arguments;
     va_start(arguments, format);
-    const int written = log_vprintf(LOG_TRACE, format, arguments);
+    const int written = log_vprintf(LOG_LEVEL_TRACE, format, arguments);
     va_end(arguments);
     return written;
 }

@@ -9,8 +9,8 @@
 
 /// A level word: the low 4 bits are the verbosity, the bits above them categories.
 constexpr int LOG_VERBOSITY_MASK = 0x0F;
-constexpr int LOG_INFO = 1;  ///< start and exit of a process
-constexpr int LOG_TRACE = 2; ///< every step worth following
+constexpr int LOG_LEVEL_INFO = 1;  ///< start and exit of a process
+constexpr int LOG_LEVEL_TRACE = 2; ///< every step worth following
 
 extern FILE *log_stream;         ///< the open log; nullptr: logging is off
 extern int log_level;            ///< threshold: verbosity and enabled categories

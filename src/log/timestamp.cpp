@@ -18,10 +18,10 @@ char *format_timestamp(char *destination, size_t size, const struct timeval *pre
 
     struct tm local = {};
     localtime_r(&chosen.tv_sec, &local);
-    const int length = snprintf(destination, size, "%04d-%02d-%02d %02d:%02d:%02d.%06d",
-                                local.tm_year + 1900, local.tm_mon + 1, local.tm_mday,
-                                local.tm_hour, local.tm_min, local.tm_sec,
-                                static_cast<int>(chosen.tv_usec));
+    const int length =
+        snprintf(destination, size, "%04d-%02d-%02d %02d:%02d:%02d.%06d", local.tm_year + 1900,
+                 local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec,
+                 static_cast<int>(chosen.tv_usec));
     if (length < 0 && size > 0)
         destination[0] = '\0';
     return destination;

@@ -1,0 +1,140 @@
+// Completing IPv6 device addresses.
+#include "netif/derive_ipv6.h"
+
+#include "config/text.h"
+
+#include <arpa/inet.h>
+#include <cstring>
+#include <initializer_list>
+#include <netinet/in.h>
+
+namespace
+{
+
+constexpr size_t COMBINED_SIZE = 72;
+
+struct field_pair {
+    const char *first;
+    const char *second;
+};
+
+bool begins_with_any(const char *text, const char *const (&prefixes)[4])
+{
+    for (const char *prefix : prefixes) {
+        if (strncmp(text, prefix, strlen(prefix)) == 0)
+            return true;
+    }
+    return false;
+}
+
+/// The interface's addresses in the scopes that the device's address is not in.
+field_pair other_scopes(const netinterface_info &interface, const char *ip)
+{
+    static constexpr const char *LINK_LOCAL[4] = {"fe8", "fe9", "fea", "feb"};
+    static constexpr const char *SITE_LOCAL[4] = {"fec", "fed", "fee", "fef"};
+    if (begins_with_any(ip, LINK_LOCAL))
+        return {interface.inet6_site_addr, interface.inet6_global_addr};
+    if (begins_with_any(ip, SITE_LOCAL))
+        return {interface.inet6_link_addr, interface.inet6_global_addr};
+    return {interface.inet6_link_addr, interface.inet6_site_addr};
+}
+
+void derive_from_record(const device_record *record, list_node *interfaces, device_list *derived)
+{
+    const netinterface_info *interface = find_interface_by_prefix(interfaces, record->ip);
+    if (interface == nullptr)
+        return;
+    const field_pair fields = other_scopes(*interface, record->ip);
+    for (const char *prefix_source : {fields.first, fields.second}) {
+        char combined[COMBINED_SIZE];
+        combine_ipv6_address(combined, sizeof combined, prefix_source, record->ip);
+        add_derived_record(combined, record, derived);
+    }
+}
+
+bool is_ipv6_record(const void *data)
+{
+    return strchr(static_cast<const device_record *>(data)->ip, ':') != nullptr;
+}
+
+} // namespace
+
+void derive_ipv6_addresses(device_list *devices)
+{
+    list_node *interfaces = nullptr;
+    list_init(&interfaces);
+    enumerate_interfaces(&interfaces);
+    derive_ipv6_addresses_on(devices, interfaces);
+    list_free(&interfaces);
+}
+
+void derive_ipv6_addresses_on(device_list *devices, list_node *interfaces)
+{
+    device_list derived = nullptr;
+    list_init(&derived);
+    for (const list_node *node = *devices; node != nullptr; node = node->next)
+        derive_from_record(static_cast<const device_record *>(node->data), interfaces, &derived);
+    list_remove_if(devices, is_ipv6_record);
+    for (const list_node *node = derived; node != nullptr; node = node->next) {
+        const auto *record = static_cast<const device_record *>(node->data);
+        add_derived_record(record->ip, record, devices);
+    }
+    list_free(&derived);
+}
+
+const netinterface_info *find_interface_by_prefix(list_node *interfaces, const char *address)
+{
+    uint8_t wanted[IPV6_PREFIX_SIZE];
+    if (ipv6_prefix64(address, wanted) == 0)
+        return nullptr;
+    for (const list_node *node = interfaces; node != nullptr; node = node->next) {
+        const auto *interface = static_cast<const netinterface_info *>(node->data);
+        for (const char *field : {interface->inet6_link_addr, interface->inet6_site_addr,
+                                  interface->inet6_global_addr}) {
+            uint8_t prefix[IPV6_PREFIX_SIZE];
+            if (ipv6_prefix64(field, prefix) != 0 && memcmp(prefix, wanted, sizeof prefix) == 0)
+                return interface;
+        }
+    }
+    return nullptr;
+}
+
+int ipv6_prefix64(const char *address, uint8_t (&prefix)[IPV6_PREFIX_SIZE])
+{
+    struct in6_addr parsed = {};
+    if (inet_pton(AF_INET6, address, &parsed) <= 0)
+        return 0;
+    memcpy(prefix, parsed.s6_addr, sizeof prefix);
+    return 1;
+}
+
+void combine_ipv6_address(char *output, size_t size, const char *prefix_source,
+                          const char *identifier_source)
+{
+    output[0] = '\0';
+    struct in6_addr combined = {};
+    struct in6_addr identifier = {};
+    if (prefix_source == nullptr || identifier_source == nullptr ||
+        inet_pton(AF_INET6, prefix_source, &combined) <= 0 ||
+        inet_pton(AF_INET6, identifier_source, &identifier) <= 0)
+        return;
+    memcpy(combined.s6_addr + IPV6_PREFIX_SIZE, identifier.s6_addr + IPV6_PREFIX_SIZE,
+           IPV6_PREFIX_SIZE);
+    if (inet_ntop(AF_INET6, &combined, output, static_cast<socklen_t>(size)) == nullptr)
+        output[0] = '\0';
+}
+
+void add_derived_record(const char *ip, const device_record *source, device_list *devices)
+{
+    if (ip == nullptr || ip[0] == '\0')
+        return;
+    device_record *record = device_list_find_or_add(devices, ip);
+    if (record == nullptr)
+        return;
+    safe_strncpy(record->dsc, source->dsc, sizeof record->dsc);
+    safe_strncpy(record->vendor, source->vendor, sizeof record->vendor);
+    record->snmp_detected = source->snmp_detected;
+    record->snmp_devtype = source->snmp_devtype;
+    record->snmp_description = source->snmp_description;
+    record->snmp_reserved = source->snmp_reserved;
+}

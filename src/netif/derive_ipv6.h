@@ -1,0 +1,35 @@
+// Completing IPv6 device addresses: a device that answers from one address is listed under the
+// addresses that it has in the other scopes of the host's interface.
+#pragma once
+
+#include "driver/device_list.h"
+#include "netif/interfaces.h"
+
+#include <cstddef>
+#include <cstdint>
+
+constexpr size_t IPV6_PREFIX_SIZE = 8; ///< bytes of the prefix, and of the interface identifier
+
+/// Replaces every IPv6 record of the list by the device's addresses in the other two scopes of
+/// the interface with its prefix; a record without such an interface is dropped. IPv4 records
+/// keep their order, the completed ones follow.
+void derive_ipv6_addresses(device_list *devices);
+
+/// The same for a given list of interfaces.
+void derive_ipv6_addresses_on(device_list *devices, list_node *interfaces);
+
+/// The first interface, in list order, that has an IPv6 address with the prefix of `address`, or
+/// nullptr.
+const netinterface_info *find_interface_by_prefix(list_node *interfaces, const char *address);
+
+/// Takes the first 64 bits of an IPv6 address text. Returns 1, or 0 when it is none.
+int ipv6_prefix64(const char *address, uint8_t (&prefix)[IPV6_PREFIX_SIZE]);
+
+/// Writes the address of the first text's prefix and the second text's interface identifier; an
+/// empty text when one of them is no IPv6 address.
+void combine_ipv6_address(char *output, size_t size, const char *prefix_source,
+                          const char *identifier_source);
+
+/// Finds or adds `ip` in the list and sets its description, vendor and four SNMP bytes to those
+/// of `source`. An empty or missing `ip` does nothing.
+void add_derived_record(const char *ip, const device_record *source, device_list *devices);

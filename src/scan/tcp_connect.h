@@ -1,0 +1,19 @@
+// A TCP connection attempt that takes 0.2 s at most.
+#pragma once
+
+#include <cstdint>
+
+/// Connects to a dotted IPv4 address or a host name. Returns a socket, non-blocking, which the
+/// caller closes; a refusal within the time counts as a connection. Returns -1 when the host is
+/// neither an address nor a name that resolves, -2 when there is no socket, -3 when nothing was
+/// heard for 0.2 s. With a debug level of 5 or more the wait's times are printed on standard
+/// output.
+int tcp_connect_timeout(const char *host, uint16_t port, int debug_level);
+
+/// Waits 0.2 s at most for `events` on the socket, and prints the times, "open" or "recv" as
+/// `what`, with a debug level of 5 or more. Returns 1 when the socket is ready, else 0.
+int wait_with_times(int socket_fd, short events, const char *what, int debug_level);
+
+/// Returns 1 when the address counts as reachable: something answered the connection attempt
+/// within 0.2 s. An IPv6 address counts without an attempt. Else 0.
+int probe_reachable(const char *ip, uint16_t port, int debug_level);

@@ -1,0 +1,128 @@
+// Collecting the answers of one SNMP session.
+#include "snmp/collect.h"
+
+#include "io/wait.h"
+#include "log/log.h"
+#include "snmp/snmp_session.h"
+#include "snmp/timeval.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+namespace
+{
+
+void trace_time(const char *name, const struct timeval &value)
+{
+    log_trace("\t%s: %u sec %u usec\n", name, static_cast<unsigned>(value.tv_sec),
+              static_cast<unsigned>(value.tv_usec));
+}
+
+/// Traces the wall-clock time.
+void trace_now(const char *name)
+{
+    struct timeval now = {};
+    gettimeofday(&now, nullptr);
+    trace_time(name, now);
+}
+
+void trace_select_info(int block, const struct timeval &timeout)
+{
+    log_trace("snmp_sess_select_info: timeout_snmp: block=%d %u sec %u usec\n", block,
+              static_cast<unsigned>(timeout.tv_sec), static_cast<unsigned>(timeout.tv_usec));
+}
+
+/// Elapsed time is measured on a clock that nobody sets.
+struct timeval monotonic_time()
+{
+    const int64_t now = monotonic_us();
+    return {now / MICROSECONDS_PER_SECOND, now % MICROSECONDS_PER_SECOND};
+}
+
+/// Waits for the session's socket, at most for `remaining` or until the library wants to be
+/// called. Returns what `select` returns.
+int wait_for_answer(void *handle, struct timeval remaining, snmp_descriptor_set *descriptors)
+{
+    struct timeval timeout = remaining;
+    int count = 0;
+    int block = 0;
+    trace_select_info(block, remaining);
+    snmp_sess_select_info2(handle, &count, &descriptors->set, &timeout, &block);
+    trace_select_info(block, timeout);
+    // A request past its own time-out makes the library ask for no wait at all, again and again
+    // until its time-outs are handled, which is done once, at the end.
+    if (!timerisset(&timeout))
+        timeout = remaining;
+    log_trace("select\n");
+    return netsnmp_large_fd_set_select(count, &descriptors->set, nullptr, nullptr, &timeout);
+}
+
+/// Computes what is left of the budget. Returns 1 while there is more time, else 0.
+int update_remaining(const struct timeval &budget, const struct timeval &start,
+                     struct timeval *remaining)
+{
+    const struct timeval now = monotonic_time();
+    struct timeval elapsed = {};
+    const int more = timeval_subtract(&start, &now, &elapsed) == 0 &&
+                             timeval_subtract(&elapsed, &budget, remaining) == 0
+                         ? 1
+                         : 0;
+    log_trace("have_more_time=%d\n", more);
+    trace_time("elapsed", elapsed);
+    trace_time("remain", *remaining);
+    return more;
+}
+
+/// One cycle: waits until something was read or the budget is used up. Returns 1 after a read, 0
+/// when the time is used up, -1 when the wait failed.
+int collect_once(void *handle, const struct timeval &budget)
+{
+    snmp_descriptor_set descriptors;
+    log_trace("sess_select_response\n");
+    trace_now("tv0");
+    const struct timeval start = monotonic_time();
+    struct timeval remaining = budget;
+    for (;;) {
+        descriptors.clear();
+        const int ready = wait_for_answer(handle, remaining, &descriptors);
+        if (ready < 0)
+            return -1;
+        log_trace("\tready=%d\n", ready);
+        trace_now("tv");
+        const int more_time = update_remaining(budget, start, &remaining);
+        if (ready > 0) {
+            log_trace("snmp_read\n");
+            snmp_read2(&descriptors.set);
+            return 1;
+        }
+        if (more_time == 0)
+            return 0;
+    }
+}
+
+} // namespace
+
+int sess_collect_responses(void *handle, struct timeval budget)
+{
+    log_trace("sess_collect_responses\n");
+    int reads = 0;
+    for (;;) {
+        const int result = collect_once(handle, budget);
+        if (result < 0) {
+            const char *reason = strerror(errno);
+            log_trace("select failed: <%s>\n", reason);
+            printf("# ERROR: select on snmp sockets failed, %s\n", reason);
+            return -1;
+        }
+        if (result == 0) {
+            log_trace("snmp_timeout\n");
+            snmp_sess_timeout(handle);
+        } else {
+            ++reads;
+        }
+        log_trace("end of response collecting iteration\n");
+        if (result == 0)
+            return reads;
+    }
+}

@@ -1,0 +1,148 @@
+// The description query: asks one device for the objects that describe it.
+#include "snmp/description_query.h"
+
+#include "config/text.h"
+#include "io/wait.h"
+#include "snmp/classify.h"
+#include "snmp/snmp_session.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <initializer_list>
+
+namespace
+{
+
+constexpr int64_t REQUEST_BUDGET_US = 200 * MICROSECONDS_PER_MILLISECOND;
+constexpr size_t PEER_NAME_SIZE = 48;
+constexpr size_t WORD_SIZE = 256; ///< vendor word and model text
+constexpr size_t VALUE_TEXT_SIZE = 512;
+
+/// Where the sub-identifiers stand that tell the objects apart.
+constexpr size_t ARC_INDEX = 6;
+constexpr size_t FIELD_INDEX = 12;
+constexpr oid PRINTER_MIB_ARC = 43;
+constexpr oid DEVICE_ARC = 40981;
+constexpr oid MODEL_NAME_FIELD = 1;
+
+void clear_answers(getdesc_answers *answers)
+{
+    answers->device_id_value[0] = '\0';
+    answers->model_name_value[0] = '\0';
+    answers->printer_mib_value[0] = '\0';
+}
+
+/// Waits for answers until the budget is used up; an answer does not end the wait.
+void wait_for_answers(netsnmp_session *session)
+{
+    const int64_t deadline = monotonic_us() + REQUEST_BUDGET_US;
+    snmp_descriptor_set descriptors;
+    for (;;) {
+        descriptors.clear();
+        int count = 0;
+        int block = 0;
+        struct timeval timeout = {};
+        snmp_sess_select_info2(snmp_sess_pointer(session), &count, &descriptors.set, &timeout,
+                               &block);
+        int64_t remaining = deadline - monotonic_us();
+        if (remaining < 0)
+            remaining = 0;
+        timeout = {0, static_cast<suseconds_t>(remaining)};
+        const int ready =
+            netsnmp_large_fd_set_select(count, &descriptors.set, nullptr, nullptr, &timeout);
+        if (ready < 0)
+            printf("# ERROR: select on snmp sockets failed [getdesc], %s\n", strerror(errno));
+        if (ready <= 0)
+            return;
+        snmp_read2(&descriptors.set);
+        if (remaining == 0)
+            return;
+    }
+}
+
+void take_variable(getdesc_answers *answers, const netsnmp_variable_list *variable)
+{
+    char value[VALUE_TEXT_SIZE];
+    snmp_value_text(variable, value, sizeof value);
+    if (variable->name_length <= ARC_INDEX)
+        return;
+    if (variable->name[ARC_INDEX] == PRINTER_MIB_ARC) {
+        safe_strncpy(answers->printer_mib_value, value, sizeof answers->printer_mib_value);
+    } else if (variable->name[ARC_INDEX] == DEVICE_ARC && variable->name_length > FIELD_INDEX) {
+        if (variable->name[FIELD_INDEX] == MODEL_NAME_FIELD)
+            safe_strncpy(answers->model_name_value, value, sizeof answers->model_name_value);
+        else
+            safe_strncpy(answers->device_id_value, value, sizeof answers->device_id_value);
+    }
+}
+
+} // namespace
+
+int getdesc_netsnmp(char *output, int size, const char *ip)
+{
+    if (output == nullptr || size <= 0)
+        return -1;
+    output[0] = '\0';
+    char vendor[WORD_SIZE] = "";
+    char model[WORD_SIZE] = "";
+    snmp_set_up_library("getdesc_netsnmp");
+    getdesc_answers answers = {};
+    getdesc_query(&answers, ip, IDENTIFICATION_OID);
+    if (answers.device_id_value[0] != '\0') {
+        extract_key_value(answers.device_id_value, "MFG:", vendor, sizeof vendor);
+        extract_key_value(answers.device_id_value, "MDL:", model, sizeof model);
+    } else {
+        getdesc_query(&answers, ip, MODEL_NAME_OID);
+        if (answers.model_name_value[0] == '\0')
+            return -2;
+        safe_strncpy(model, answers.model_name_value, sizeof model);
+        getdesc_query(&answers, ip, PRINTER_MIB_OID);
+        safe_strncpy(vendor, answers.printer_mib_value, sizeof vendor);
+    }
+    compose_description(vendor, model, output, static_cast<size_t>(size));
+    return 0;
+}
+
+void getdesc_query(getdesc_answers *answers, const char *ip, const char *first_oid,
+                   const char *second_oid, const char *third_oid)
+{
+    clear_answers(answers);
+    const bool ipv6 = strchr(ip, ':') != nullptr;
+    char ipv6_peer[PEER_NAME_SIZE];
+    snprintf(ipv6_peer, sizeof ipv6_peer, "udp6:[%s]", ip);
+    const snmp_session_owner owner(
+        snmp_open_session(ipv6 ? ipv6_peer : ip, ipv6, on_snmp_response, answers));
+    if (owner.session == nullptr) {
+        printf("# ERROR: snmp_open failed [getdesc], %s\n", strerror(errno));
+        return;
+    }
+    const char *objects[3];
+    size_t count = 0;
+    for (const char *object : {first_oid, second_oid, third_oid}) {
+        if (object != nullptr)
+            objects[count++] = object;
+    }
+    if (snmp_send_get(owner.session, objects, count) == 0) {
+        printf("# ERROR: snmp_send failed [getdesc], %s\n", strerror(errno));
+        return;
+    }
+    wait_for_answers(owner.session);
+}
+
+int on_snmp_response(int operation, netsnmp_session *session, int, netsnmp_pdu *pdu, void *context)
+{
+    puts("on_snmp_response - don't need it");
+    if (operation != NETSNMP_CALLBACK_OP_RECEIVED_MESSAGE || pdu == nullptr)
+        return 1;
+    if (pdu->errstat != SNMP_ERR_NOERROR)
+        return 0;
+    if (snmp_sess_transport(snmp_sess_pointer(session)) == nullptr) {
+        puts("# ERROR: Invalid SNMP transport [getdesc]");
+        return 1;
+    }
+    for (const auto *variable = pdu->variables; variable != nullptr;
+         variable = variable->next_variable)
+        take_variable(static_cast<getdesc_answers *>(context), variable);
+    return 0;
+}

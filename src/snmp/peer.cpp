@@ -1,0 +1,68 @@
+// The address of the device that an answer came from.
+#include "snmp/peer.h"
+
+#include "config/text.h"
+
+#include <arpa/inet.h>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+
+namespace
+{
+
+struct library_text_deleter {
+    void operator()(char *text) const
+    {
+        free(text);
+    }
+};
+
+/// The plain address text: `inet_ntop` knows no zones.
+const char *address_text(const netsnmp_sockaddr_storage &address, char (&text)[INET6_ADDRSTRLEN])
+{
+    const void *bytes = &address.sin.sin_addr;
+    if (address.sa.sa_family == AF_INET6)
+        bytes = &address.sin6.sin6_addr;
+    text[0] = '\0';
+    inet_ntop(address.sa.sa_family, bytes, text, sizeof text);
+    return text;
+}
+
+} // namespace
+
+void format_transport_address(netsnmp_transport *transport, const netsnmp_pdu *pdu, char *text,
+                              size_t size)
+{
+    netsnmp_indexed_addr_pair addresses = {};
+    if (pdu->transport_data == nullptr ||
+        pdu->transport_data_length != static_cast<int>(sizeof addresses)) {
+        const std::unique_ptr<char, library_text_deleter> formatted(
+            transport->f_fmtaddr(nullptr, pdu->transport_data, pdu->transport_data_length));
+        safe_strncpy(text, formatted ? formatted.get() : "", size);
+        return;
+    }
+    memcpy(&addresses, pdu->transport_data, sizeof addresses);
+    char local[INET6_ADDRSTRLEN];
+    char peer[INET6_ADDRSTRLEN];
+    const bool ipv6 = addresses.remote_addr.sa.sa_family == AF_INET6;
+    snprintf(text, size, "UDP: [%s]->%s[%s]", address_text(addresses.local_addr, local),
+             ipv6 ? "IPv6: " : "", address_text(addresses.remote_addr, peer));
+}
+
+void extract_peer_ip(char *output, const char *text, size_t size)
+{
+    const char *found = strstr(text, "IPv6");
+    if (found == nullptr)
+        found = strchr(text, '>');
+    if (found == nullptr)
+        return;
+    const char *bracket = strchr(found, '[');
+    if (bracket == nullptr) {
+        output[0] = '\0';
+        return;
+    }
+    const size_t length = strcspn(bracket + 1, "]");
+    safe_strncpy(output, bracket + 1, length < size ? length + 1 : size);
+}

@@ -1,0 +1,17 @@
+// The address of the device that an answer came from.
+#pragma once
+
+#include "snmp/snmp_session.h"
+
+#include <cstddef>
+
+/// Writes the two sides of the answer's transport addresses, the local one first and the peer
+/// behind the arrow, without zones, to `text`. Without an address pair the text is what the
+/// transport itself makes of its data.
+void format_transport_address(netsnmp_transport *transport, const netsnmp_pdu *pdu, char *text,
+                              size_t size);
+
+/// Takes the peer's address out of a transport address text: the first bracketed text behind
+/// "IPv6", or else behind the first ">", cut to `size` - 1 characters. With neither, `output`
+/// stays as it is; without a bracket it becomes empty.
+void extract_peer_ip(char *output, const char *text, size_t size);

@@ -1,0 +1,166 @@
+// SNMP discovery: one GET to everybody, and a record for every printer that answers.
+#include "snmp/snmp_discovery.h"
+
+#include "config/text.h"
+#include "io/socket.h"
+#include "log/log.h"
+#include "netif/derive_ipv6.h"
+#include "snmp/classify.h"
+#include "snmp/collect.h"
+#include "snmp/peer.h"
+#include "snmp/snmp_session.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <strings.h>
+#include <sys/socket.h>
+
+namespace
+{
+
+constexpr struct timeval QUIET_TIME = {2, 0};
+constexpr struct timeval SOCKET_SEARCH_TIME = {0, 2000};
+constexpr int MAX_COLLECTIONS = 2; ///< the second one only when the first read nothing
+
+constexpr size_t VALUE_TEXT_SIZE = 1024;
+constexpr size_t TRANSPORT_TEXT_SIZE = 256;
+constexpr char SCANNER_WORD[] = "SCN";
+
+/// Returns the session's socket, or -1.
+int session_socket(netsnmp_session *session)
+{
+    snmp_descriptor_set descriptors;
+    int count = 0;
+    int block = 1;
+    struct timeval timeout = SOCKET_SEARCH_TIME;
+    snmp_sess_select_info2(snmp_sess_pointer(session), &count, &descriptors.set, &timeout, &block);
+    for (int fd = 0; fd < count; ++fd) {
+        if (netsnmp_large_fd_is_set(fd, &descriptors.set) != 0)
+            return fd;
+    }
+    return -1;
+}
+
+void prepare_socket(int socket_fd)
+{
+    const int on = 1;
+    if (setsockopt(socket_fd, SOL_SOCKET, SO_BROADCAST, &on, sizeof on) != 0)
+        snmp_perror("setsockopt(...,SO_BROADCAST,...) Error");
+    enlarge_receive_buffer(socket_fd);
+}
+
+void collect_answers(netsnmp_session *session)
+{
+    int count = 0;
+    for (int i = 0; i < MAX_COLLECTIONS && count <= 0; ++i) {
+        count = sess_collect_responses(snmp_sess_pointer(session), QUIET_TIME);
+        log_trace("response_count=%d\n", count);
+    }
+}
+
+void do_one_poll(device_list *devices, const char *target, bool ipv6)
+{
+    log_trace("do_one_poll\n");
+    snmp_set_up_library("discovery_test");
+    discovery_context context = {devices};
+    const snmp_session_owner owner(snmp_open_session(target, ipv6, discovery_response, &context));
+    if (owner.session == nullptr) {
+        printf("# ERROR: snmp_open(\"%s\") failed, %s\n", target, strerror(errno));
+        return;
+    }
+    const int socket_fd = session_socket(owner.session);
+    if (socket_fd >= 0)
+        prepare_socket(socket_fd);
+    log_trace("snmp_send\n");
+    const char *const objects[] = {IDENTIFICATION_OID};
+    if (snmp_send_get(owner.session, objects, 1) == 0) {
+        const char *reason = strerror(errno);
+        log_trace("snmp_send failed: <%s>\n", reason);
+        printf("# ERROR: snmp_send failed, %s\n", reason);
+        return;
+    }
+    collect_answers(owner.session);
+}
+
+void record_printer(device_list *devices, const char *ip, const char *value, const char *model,
+                    const char *vendor)
+{
+    device_record *record = device_list_find_or_add(devices, ip);
+    if (record == nullptr)
+        return;
+    record->record_state = CLASS_PRINTER;
+    safe_strncpy(record->dsc, model, sizeof record->dsc);
+    safe_strncpy(record->vendor, vendor, sizeof record->vendor);
+    if (strcasestr(value, SCANNER_WORD) != nullptr) {
+        record->snmp_detected = 1;
+        record->snmp_devtype = 1;
+    }
+}
+
+void read_variable(device_list *devices, const netsnmp_variable_list *variable,
+                   const char *transport_text)
+{
+    char value[VALUE_TEXT_SIZE];
+    snmp_value_text(variable, value, sizeof value);
+    char model[DSC_SIZE];
+    char vendor[VENDOR_SIZE];
+    if (value[0] == '\0' || classify_discovery_value(value) != CLASS_PRINTER ||
+        parse_mfg_mdl(model, vendor, value) == 0)
+        return;
+    char ip[IP_SIZE] = "";
+    extract_peer_ip(ip, transport_text, sizeof ip);
+    record_printer(devices, ip, value, model, vendor);
+}
+
+} // namespace
+
+int discover_using_netsnmp(device_list *devices, const char *target)
+{
+    log_trace("discover_using_netsnmp\n");
+    const bool ipv6 = target[0] == 'u';
+    do_one_poll(devices, target, ipv6);
+    if (ipv6)
+        derive_ipv6_addresses(devices);
+    return 0;
+}
+
+int discovery_response(int operation, netsnmp_session *session, int, netsnmp_pdu *pdu,
+                       void *context)
+{
+    log_trace("discovery_response: operation=%d NETSNMP_CALLBACK_OP_RECEIVED_MESSAGE=%d\n",
+              operation, NETSNMP_CALLBACK_OP_RECEIVED_MESSAGE);
+    if (pdu != nullptr)
+        log_trace("pdu: errstat=%ld SNMP_ERR_NOERROR=%d\n", pdu->errstat, SNMP_ERR_NOERROR);
+    if (operation == NETSNMP_CALLBACK_OP_TIMED_OUT)
+        log_trace("TIMEOUT");
+    if (operation != NETSNMP_CALLBACK_OP_RECEIVED_MESSAGE || pdu == nullptr)
+        return 1;
+    if (pdu->errstat != SNMP_ERR_NOERROR)
+        return 0;
+    trace_variables(pdu->variables);
+    netsnmp_transport *transport = snmp_sess_transport(snmp_sess_pointer(session));
+    if (transport == nullptr) {
+        puts("# ERROR: Invalid SNMP transport");
+        return 1;
+    }
+    char transport_text[TRANSPORT_TEXT_SIZE];
+    format_transport_address(transport, pdu, transport_text, sizeof transport_text);
+    device_list *devices = static_cast<discovery_context *>(context)->devices;
+    for (const auto *variable = pdu->variables; variable != nullptr;
+         variable = variable->next_variable)
+        read_variable(devices, variable, transport_text);
+    return 0;
+}
+
+void trace_variables(const netsnmp_variable_list *variables)
+{
+    for (const auto *variable = variables; variable != nullptr;
+         variable = variable->next_variable) {
+        // Only a string's bytes are text; other types hold no terminated text.
+        const auto length = static_cast<int>(variable->val_len);
+        log_printf(LOG_LEVEL_TRACE, "\tvar: type=%d len=%u val=<%-.*s>\n", variable->type,
+                   static_cast<unsigned>(length), length,
+                   reinterpret_cast<const char *>(variable->val.string));
+    }
+}

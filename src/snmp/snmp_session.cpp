@@ -1,0 +1,118 @@
+// What discovery and description query share of the SNMP library: set-up, objects, sessions and
+// the text of a value.
+#include "snmp/snmp_session.h"
+
+#include "config/community.h"
+#include "config/text.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+namespace
+{
+
+constexpr size_t SUBIDENTIFIER_TEXT_SIZE = 20;
+
+/// The longest text that is wanted of a value, and the two quotes around it.
+constexpr size_t PRINTED_SIZE = 1024 + 2;
+
+bool has_value(const netsnmp_variable_list *variable)
+{
+    switch (variable->type) {
+    case ASN_NULL:
+    case SNMP_NOSUCHOBJECT:
+    case SNMP_NOSUCHINSTANCE:
+    case SNMP_ENDOFMIBVIEW:
+        return false;
+    default:
+        return variable->val_len > 0;
+    }
+}
+
+} // namespace
+
+void snmp_set_up_library(const char *application)
+{
+    // Empty, these two keep every MIB file unread, whatever the host's snmp.conf asks for.
+    setenv("MIBS", "", 1);
+    setenv("MIBDIRS", "", 1);
+    snmp_enable_filelog("/dev/null", 0);
+    init_snmp(application);
+    netsnmp_ds_set_boolean(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_QUICK_PRINT, 1);
+}
+
+size_t parse_oid_text(const char *text, oid (&numbers)[MAX_SUBIDENTIFIERS])
+{
+    size_t count = 0;
+    char digits[SUBIDENTIFIER_TEXT_SIZE] = "";
+    size_t length = 0;
+    for (const char *c = text;; ++c) {
+        const bool ends_number = (*c == '.' || *c == '\0') && length > 0;
+        if (ends_number && count < MAX_SUBIDENTIFIERS) {
+            digits[length] = '\0';
+            numbers[count++] = static_cast<oid>(strtol(digits, nullptr, 10));
+            length = 0;
+        } else if (length + 1 < sizeof digits) {
+            digits[length++] = *c;
+        }
+        if (*c == '\0')
+            return count;
+    }
+}
+
+netsnmp_session *snmp_open_session(const char *peer, bool ipv6, netsnmp_callback callback,
+                                   void *context)
+{
+    std::string peer_name(peer);
+    std::string community(g_community_name);
+    netsnmp_session wanted;
+    snmp_sess_init(&wanted);
+    wanted.version = ipv6 ? SNMP_VERSION_2c : SNMP_VERSION_1;
+    wanted.peername = peer_name.data();
+    wanted.community = reinterpret_cast<u_char *>(community.data());
+    wanted.community_len = community.size();
+    wanted.callback = callback;
+    wanted.callback_magic = context;
+    return snmp_open(&wanted);
+}
+
+int snmp_send_get(netsnmp_session *session, const char *const *oid_texts, size_t count)
+{
+    netsnmp_pdu *request = snmp_pdu_create(SNMP_MSG_GET);
+    if (request == nullptr)
+        return 0;
+    for (size_t i = 0; i < count; ++i) {
+        oid numbers[MAX_SUBIDENTIFIERS];
+        const size_t length = parse_oid_text(oid_texts[i], numbers);
+        snmp_add_null_var(request, numbers, length);
+    }
+    const int sent = snmp_send(session, request);
+    if (sent == 0) {
+        const int reason = errno;
+        snmp_perror("snmp_send");
+        snmp_free_pdu(request);
+        errno = reason;
+    }
+    return sent;
+}
+
+void snmp_value_text(const netsnmp_variable_list *variable, char *text, size_t size)
+{
+    text[0] = '\0';
+    if (!has_value(variable))
+        return;
+    // The library leaves a text that does not fit without a NUL: the last byte is never its.
+    char printed[PRINTED_SIZE + 1] = {};
+    const int length =
+        snprint_value(printed, PRINTED_SIZE, variable->name, variable->name_length, variable);
+    const char *start = printed;
+    if (printed[0] == '"') {
+        ++start;
+        const size_t end = strlen(printed);
+        if (length >= 0 && end > 1 && printed[end - 1] == '"')
+            printed[end - 1] = '\0';
+    }
+    safe_strncpy(text, start, size);
+}

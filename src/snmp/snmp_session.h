@@ -1,0 +1,74 @@
+// What discovery and description query share of the SNMP library: set-up, objects, sessions and
+// the text of a value.
+#pragma once
+
+#include <net-snmp/net-snmp-config.h>
+// The library's configuration header comes first.
+#include <net-snmp/library/large_fd_set.h>
+#include <net-snmp/net-snmp-includes.h>
+
+#include <cstddef>
+
+/// The device's identification string, keys and values in the manner of IEEE 1284.
+constexpr char IDENTIFICATION_OID[] = "1.3.6.1.4.1.40981.11.5.1.1.1.26.0";
+constexpr char MODEL_NAME_OID[] = "1.3.6.1.4.1.40981.11.5.1.1.1.1.0";
+/// Printer MIB (RFC 3805), general table, column 5 of printer 1.
+constexpr char PRINTER_MIB_OID[] = "1.3.6.1.2.1.43.5.1.1.5.1";
+
+constexpr size_t MAX_SUBIDENTIFIERS = 128;
+
+/// Sets the library up under `application`: no log, no MIB files, values printed bare.
+void snmp_set_up_library(const char *application);
+
+/// Reads a dotted-decimal object identifier into at most MAX_SUBIDENTIFIERS numbers. Returns
+/// their count.
+size_t parse_oid_text(const char *text, oid (&numbers)[MAX_SUBIDENTIFIERS]);
+
+/// Opens a session to `peer` with the process's community; an IPv6 peer is asked by SNMPv2c, any
+/// other by SNMPv1. The library calls `callback` with `context` for each answer. Returns the
+/// session, which the caller closes with `snmp_close`, or nullptr (`errno`).
+netsnmp_session *snmp_open_session(const char *peer, bool ipv6, netsnmp_callback callback,
+                                   void *context);
+
+/// Closes its session with itself.
+struct snmp_session_owner {
+    netsnmp_session *session;
+
+    explicit snmp_session_owner(netsnmp_session *owned) : session(owned) {}
+    snmp_session_owner(const snmp_session_owner &) = delete;
+    snmp_session_owner &operator=(const snmp_session_owner &) = delete;
+    ~snmp_session_owner()
+    {
+        if (session != nullptr)
+            snmp_close(session);
+    }
+};
+
+/// A set of descriptors of any number, as the library's calls fill and read it.
+struct snmp_descriptor_set {
+    netsnmp_large_fd_set set = {};
+
+    snmp_descriptor_set()
+    {
+        netsnmp_large_fd_set_init(&set, FD_SETSIZE);
+    }
+    snmp_descriptor_set(const snmp_descriptor_set &) = delete;
+    snmp_descriptor_set &operator=(const snmp_descriptor_set &) = delete;
+    ~snmp_descriptor_set()
+    {
+        netsnmp_large_fd_set_cleanup(&set);
+    }
+
+    void clear()
+    {
+        NETSNMP_LARGE_FD_ZERO(&set);
+    }
+};
+
+/// Sends one GET for the given objects. Returns nonzero, or 0 when it cannot be sent (`errno`).
+int snmp_send_get(netsnmp_session *session, const char *const *oid_texts, size_t count);
+
+/// Prints the variable's value, without the quotes that enclose a string, into `text`, cut to
+/// `size` - 1 characters and always terminated. A value that is not there (null, of no length, or
+/// one of SNMPv2's "no such" marks) is an empty text.
+void snmp_value_text(const netsnmp_variable_list *variable, char *text, size_t size);
