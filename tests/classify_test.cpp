@@ -1,0 +1,109 @@
+// The text rules of SNMP answers.
+#include "driver/device_list.h"
+#include "snmp/classify.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+
+TEST(Classify, TakesVendorAndModelOfPrinters)
+{
+    const std::string sixty(60, 'v');
+    const struct {
+        std::string value;
+        int classification;
+        int result;
+        std::string vendor;
+        std::string model;
+    } cases[] = {
+        {"MFG:Taliven;CMD:PCL;MDL:QD-X7 Series;CLS:PRINTER;", 2, 1, "Taliven", "QD-X7 Series"},
+        {"mdl:Model 5;Mfg:Acme;cls:printer", 2, 1, "Acme", "Model 5"},
+        {"CLS:PRINTER;MDL:x;", 2, 0, "", ""},
+        {"MFG:Acme;MDL:x;", 99, 1, "Acme", "x"},
+        {"PRINTER MFG:" + sixty, 2, 1, sixty.substr(0, 31), ""},
+        {"PRINTERMFG:;MDL:", 2, 1, "", ""},
+        {"PRINTER MFG:a MDL:" + sixty + sixty, 2, 1, "a MDL:" + sixty.substr(0, 25),
+         (sixty + sixty).substr(0, 95)},
+        {"", 99, 0, "", ""},
+    };
+    for (const auto &c : cases) {
+        char model[DSC_SIZE] = "old";
+        char vendor[VENDOR_SIZE] = "old";
+        EXPECT_EQ(classify_discovery_value(c.value.c_str()), c.classification) << c.value;
+        EXPECT_EQ(parse_mfg_mdl(model, vendor, c.value.c_str()), c.result) << c.value;
+        EXPECT_EQ(vendor, c.vendor) << c.value;
+        EXPECT_EQ(model, c.model) << c.value;
+    }
+}
+
+TEST(Classify, ExtractsKeysAndStripsQuotes)
+{
+    char value[5] = "old";
+    extract_key_value("x;MDL:123456;", "mdl:", value, sizeof value);
+    EXPECT_STREQ(value, "1234");
+    extract_key_value("x;MDL:12", "MDL:", value, sizeof value);
+    EXPECT_STREQ(value, "12");
+    extract_key_value("x", "MDL:", value, sizeof value);
+    EXPECT_STREQ(value, "");
+
+    const struct {
+        const char *text;
+        const char *stripped;
+    } cases[] = {{"\"", "\""},       {"\"\"", ""},       {"\"a\"b\"", "a\"b"},
+                 {"\"abc", "\"abc"}, {"abc\"", "abc\""}, {"", ""}};
+    for (const auto &c : cases) {
+        char text[16] = "";
+        memcpy(text, c.text, strlen(c.text));
+        strip_quotes(text);
+        EXPECT_STREQ(text, c.stripped) << c.text;
+    }
+}
+
+TEST(Classify, ComposesDescriptions)
+{
+    const struct {
+        const char *vendor;
+        const char *model;
+        const char *description;
+    } cases[] = {
+        {"Taliven Electronics", "QD-X7 Series", "Taliven QD-X7"},
+        {"TALIVEN CO. LTD", "X7", "TALIVEN X7"},
+        {"\"Taliven\"", "\"X7\"", "Taliven X7"},
+        {"\"Taliven", "X7\"", "\"Taliven X7\""},
+        {"ramo gmbh", "5", "ramo 5"},
+        {"", "PNE-X1", "Taliven PNE-X1"},
+        {"", "the vra-2", "Taliven the vra-2"},
+        {"", "DWO-QD-4702d", "Taliven DWO-QD-4702d"},
+        {"", "4702D mfp", "RAMO 4702D mfp"},
+        {"x ff ff ff ff", "Brightmoor X2", "Orvel Brightmoor X2"},
+        {"MFP", "Mark 406 Copier", "Norta Mark 406 Copier"},
+        {"mfp", "Mark 406", "mfp Mark 406"},
+        {"Acme", "Taliven QD-X7 Series", "Taliven QD-X7 Series"},
+        {"Acme", "the marlowe 3", "the marlowe 3"},
+        {"Dealer Taliven", "X7", "Dealer Taliven X7"},
+        {"", "Unknown 3", " Unknown 3"},
+        {"", "", ""},
+        {"Acme", " \t", "Acme"},
+        {"Acme", "X7 Series ", "Acme X7"},
+        {"Acme", "X7 series", "Acme X7 series"},
+        {"", "Series", " Series"},
+        {"", "aSeries", " aSeries"},
+        {"", " Series", " "},
+    };
+    for (const auto &c : cases) {
+        char vendor[256] = "";
+        char model[256] = "";
+        memcpy(vendor, c.vendor, strlen(c.vendor));
+        memcpy(model, c.model, strlen(c.model));
+        char description[DSC_SIZE];
+        compose_description(vendor, model, description, sizeof description);
+        EXPECT_STREQ(description, c.description) << c.vendor << "|" << c.model;
+    }
+    char vendor[256] = "Acme";
+    char model[256] = "";
+    memset(model, 'm', 255);
+    char description[DSC_SIZE];
+    compose_description(vendor, model, description, sizeof description);
+    EXPECT_EQ(std::string(description), "Acme " + std::string(90, 'm'));
+}

@@ -1,0 +1,98 @@
+// The command line: runs, settings, and the mode lines that are printed on the way.
+#include "capture.h"
+#include "config/community.h"
+#include "driver/command_line.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace
+{
+
+struct parsed {
+    std::string summary;
+    std::string printed;
+};
+
+/// The settings as one line: run, methods, flags, debug level, community, address.
+std::string summarize(const run_settings &settings)
+{
+    static const char *const RUNS[] = {"parent", "child", "describe", "inquire"};
+    std::string text = RUNS[static_cast<int>(settings.kind)];
+    for (int i = 0; i < METHOD_COUNT; ++i) {
+        if (settings.methods[i])
+            text += std::string(" ") + METHODS[i].word;
+    }
+    text += settings.scanner ? " scanner" : "";
+    text += settings.time_marks ? " marks" : "";
+    if (settings.debug_level != 0)
+        text += " d" + std::to_string(settings.debug_level);
+    if (g_community_name != std::string(DEFAULT_COMMUNITY))
+        text += std::string(" c=") + g_community_name;
+    return text + (settings.address == nullptr ? "" : std::string(" @") + settings.address);
+}
+
+parsed parse(std::vector<std::string> words)
+{
+    static std::vector<std::string> kept;
+    kept = std::move(words);
+    kept.insert(kept.begin(), "devscout");
+    std::vector<char *> argv;
+    for (std::string &word : kept)
+        argv.push_back(word.data());
+    argv.push_back(nullptr);
+    g_community_name = DEFAULT_COMMUNITY;
+    parsed result;
+    result.printed = printed_by([&] {
+        result.summary = summarize(read_command_line(static_cast<int>(kept.size()), argv.data()));
+    });
+    g_community_name = DEFAULT_COMMUNITY;
+    return result;
+}
+
+} // namespace
+
+TEST(CommandLine, SelectsRunsAndSettings)
+{
+    const std::string defaults = "parent nodeq slp snmp snmp6";
+    const struct {
+        std::vector<std::string> words;
+        std::string summary;
+    } cases[] = {
+        {{}, defaults},
+        {{"-c", "private"}, defaults + " c=private"},
+        {{"-community", "-x"}, defaults + " c=-x"},
+        {{"-d3"}, defaults + " d3"},
+        {{"-dx"}, defaults},
+        {{"-d"}, "parent"},
+        {{"-d-2x", "-c", ""}, defaults + " d-2 c="},
+        {{"-d4294967297"}, defaults + " d1"},
+        {{"-c", "private", "-d2", "--snmp", "-s"}, "child snmp d2 c=private"},
+        {{"--snmp", "-c", "private"}, "parent snmp"},
+        {{"-c"}, "parent"},
+        {{"-R"}, "parent"},
+        {{"-I"}, "parent"},
+        {{"-"}, "parent"},
+        {{""}, "parent"},
+        {{"word", "-R", "10.0.0.5"}, "parent"},
+        {{"-R", "10.0.0.5", "--snmp"}, "describe @10.0.0.5"},
+        {{"-c", "private", "-d5", "-Inquire", "-x"}, "inquire d5 c=private @-x"},
+        {{"--all", "--nodeq6"}, "parent nodeq nodeq6 slp snmp snmp6"},
+        {{"--nodeq6", "--all"}, "parent nodeq slp snmp snmp6"},
+        {{"-sx", "--slpx", "--snmp67", "--nodeq66", "--timely"}, "child nodeq6 slp snmp6 marks"},
+        {{"--snmpx6", "--nodeqx", "--scanners", "-d7", "-d"}, "parent nodeq snmp scanner d7"},
+        {{"word", "-d3", "--sn", "--ALL", "-S"}, "parent d3"},
+    };
+    for (const auto &c : cases)
+        EXPECT_EQ(parse(c.words).summary, c.summary) << testing::PrintToString(c.words);
+}
+
+TEST(CommandLine, PrintsAModeLineForEachModeOption)
+{
+    EXPECT_EQ(parse({"--snmp", "--nodeq6", "--slp", "--snmp6", "--nodeq", "--snmp"}).printed,
+              "# Mode snmp\n# Mode nodeq6\n# Mode slp\n# Mode snmp6\n# Mode nodeq\n# Mode snmp\n");
+    EXPECT_EQ(parse({"--all", "--scanner", "--time", "-s"}).printed, "");
+    EXPECT_EQ(parse({}).printed, "");
+}

@@ -1,0 +1,162 @@
+// OEM.ini, paths and bounded texts.
+#include "config/oem_config.h"
+#include "config/paths.h"
+#include "config/text.h"
+#include "scratch.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <unistd.h>
+
+namespace
+{
+
+/// Reads `content` as the OEM.ini of a program of its own, from fresh settings.
+int read_ini(const scratch_folder &folder, const std::string &content)
+{
+    actx = oem_config();
+    folder.write("share/OEM.ini", content);
+    return read_oem_config((folder.path / "bin/devscout").c_str());
+}
+
+} // namespace
+
+TEST(Text, CutsAndAlwaysTerminates)
+{
+    char buffer[6] = "?????";
+    safe_strncpy(buffer, "abcdefgh", sizeof buffer);
+    EXPECT_STREQ(buffer, "abcde");
+    append_text(buffer, "xyz", sizeof buffer);
+    EXPECT_STREQ(buffer, "abcde");
+    EXPECT_STREQ(str_toupper("aZ1\xe4", buffer, sizeof buffer), "AZ1\xe4");
+    EXPECT_STREQ(str_tolower("ABCDEFGH", buffer, 1), "");
+    EXPECT_EQ(str_tolower_static(std::string(2000, 'A').c_str()), std::string(1023, 'a'));
+    char line[] = "value\n\n";
+    EXPECT_STREQ(strip_newline(strip_newline(strip_newline(line))), "value");
+}
+
+TEST(Paths, MakesPathsAbsolute)
+{
+    const scratch_folder folder;
+    const std::string before = std::filesystem::current_path();
+    ASSERT_EQ(chdir(folder.path.c_str()), 0);
+    const std::string here = folder.path;
+    const struct {
+        const char *path;
+        std::string absolute;
+    } cases[] = {
+        {"/opt/app/bin/devscout", "/opt/app/bin/devscout"},
+        {"./devscout", here + "/devscout"},
+        {"././devscout", here + "/./devscout"},
+        {"../devscout", here + "/../devscout"},
+        {"devscout", here + "/devscout"},
+        {"", here + "/"},
+        {nullptr, ""},
+    };
+    for (const auto &c : cases)
+        EXPECT_EQ(program_path(c.path), c.absolute);
+    char small[8];
+    EXPECT_EQ(make_abs_path("/opt/app/bin", small, sizeof small), std::string("/opt/ap"));
+    EXPECT_EQ(chdir(before.c_str()), 0);
+}
+
+TEST(Paths, KeepsThePathAsGivenWhereTheWorkingDirectoryIsGone)
+{
+    const std::string before = std::filesystem::current_path();
+    {
+        const scratch_folder folder;
+        ASSERT_EQ(chdir(folder.path.c_str()), 0);
+    }
+    EXPECT_STREQ(program_path("./devscout"), "./devscout");
+    EXPECT_EQ(chdir(before.c_str()), 0);
+}
+
+TEST(Paths, JoinsWithOneSlashAndCuts)
+{
+    EXPECT_STREQ(path_join_static("/opt/app", "OEM.ini"), "/opt/app/OEM.ini");
+    EXPECT_STREQ(path_join_static("/opt/app/", "OEM.ini"), "/opt/app/OEM.ini");
+    EXPECT_STREQ(path_join_static("", "OEM.ini"), "/OEM.ini");
+    char small[10];
+    EXPECT_STREQ(path_join("/opt/app", "OEM.ini", small, sizeof small), "/opt/app/");
+    EXPECT_STREQ(path_join("/opt/application", "OEM.ini", small, sizeof small), "/opt/appl");
+}
+
+TEST(OemConfig, TakesTheFirstFileThatOpens)
+{
+    const scratch_folder folder;
+    const std::string program = (folder.path / "bin/devscout").string();
+    const std::string before = std::filesystem::current_path();
+    folder.write("cwd/OEM.ini", "VENDOR=Cwd\n");
+    folder.write("bin/OEM.ini", "VENDOR=NeverSearched\n");
+    ASSERT_EQ(chdir((folder.path / "cwd").c_str()), 0);
+
+    actx = oem_config();
+    EXPECT_EQ(read_oem_config(program.c_str()), 0);
+    EXPECT_STREQ(actx.vendor_name, "Cwd");
+    folder.write("OEM.ini", "VENDOR=Base\n");
+    EXPECT_EQ(read_oem_config(program.c_str()), 0);
+    EXPECT_STREQ(actx.vendor_name, "Base");
+    std::filesystem::create_directories(folder.path / "share/OEM.ini");
+    EXPECT_EQ(read_oem_config(program.c_str()), 0);
+    EXPECT_STREQ(actx.vendor_name, "Base") << "a folder is passed over";
+    std::filesystem::remove(folder.path / "share/OEM.ini");
+    folder.write("share/OEM.ini", "VENDOR=Share\n");
+    EXPECT_EQ(read_oem_config(program.c_str()), 0);
+    EXPECT_STREQ(actx.vendor_name, "Share");
+    EXPECT_EQ(actx.program_dir, folder.path / "bin");
+    EXPECT_EQ(actx.base_dir, folder.path);
+    EXPECT_EQ(actx.share_dir, folder.path / "share");
+    EXPECT_EQ(chdir(before.c_str()), 0);
+}
+
+TEST(OemConfig, KeepsEverythingZeroWithoutAFile)
+{
+    actx = oem_config();
+    EXPECT_EQ(read_oem_config("/nonexistent/bin/devscout"), -1);
+    EXPECT_STREQ(actx.share_dir, "/nonexistent/share");
+    EXPECT_EQ(actx.parport, 0);
+    EXPECT_EQ(actx.vendor_name[0], '\0');
+}
+
+TEST(OemConfig, ReadsKeysWhereverTheyStand)
+{
+    const scratch_folder folder;
+    ASSERT_EQ(read_ini(folder, "MULTIVENDOR= 1x\n"), 0);
+    EXPECT_EQ(actx.multivendor, 1);
+    EXPECT_EQ(actx.parport + actx.portplugin + actx.scanner + actx.update_printer_group, 4);
+    EXPECT_STREQ(actx.vendor_name, "");
+
+    read_ini(folder, "#VENDOR=MixedCase\r\nPORTPLUGIN=0\r\nSCANNER=\r\nURL=http://x VENDOR=y\n"
+                     "PARPORT=-2\nVENDOR=first URL=second\nno key here");
+    EXPECT_STREQ(actx.vendor_name, "first URL=second");
+    EXPECT_STREQ(actx.vendor_upper, "FIRST URL=SECOND");
+    EXPECT_STREQ(actx.url, "") << "VENDOR= takes a line that holds both";
+    EXPECT_EQ(actx.portplugin, 0);
+    EXPECT_EQ(actx.plugin_count, 0);
+    EXPECT_EQ(actx.scanner, 0);
+    EXPECT_EQ(actx.parport, -2);
+    read_ini(folder, "VENDOR=MixedCase\r\n");
+    EXPECT_STREQ(actx.vendor_lower, "mixedcase\r");
+}
+
+TEST(OemConfig, BoundsListsValuesAndLines)
+{
+    const scratch_folder folder;
+    std::string content;
+    for (int i = 0; i < 33; ++i)
+        content += "MODEL=model-" + std::to_string(i) + "-of-many-models\n";
+    for (int i = 0; i < 6; ++i)
+        content += "PLUGIN=" + std::to_string(i) + "\n";
+    content += "VENDOR=" + std::string(100, 'v') + "\nURL=" + std::string(600, 'u') + "\n";
+    content += std::string("SCANNER=\0 7\n", 12) + std::string(505, 'x') + "PARPORT=5\n";
+    read_ini(folder, content);
+    EXPECT_EQ(actx.model_count, 32);
+    EXPECT_STREQ(actx.models[31], "model-31-of-man");
+    EXPECT_EQ(actx.plugin_count, 5);
+    EXPECT_STREQ(actx.plugins[4], "4");
+    EXPECT_EQ(actx.vendor_upper, std::string(31, 'V'));
+    EXPECT_EQ(actx.url, std::string(255, 'u'));
+    EXPECT_EQ(actx.scanner, 0);
+    EXPECT_EQ(actx.parport, 1) << "the key is torn apart by the line buffer";
+}

@@ -1,0 +1,283 @@
+// What is made of SNMP answers before the text rules: objects, values, addresses, times.
+#include "capture.h"
+#include "io/wait.h"
+#include "snmp/collect.h"
+#include "snmp/description_query.h"
+#include "snmp/peer.h"
+#include "snmp/snmp_discovery.h"
+#include "snmp/snmp_session.h"
+#include "snmp/timeval.h"
+
+#include <gtest/gtest.h>
+
+#include <arpa/inet.h>
+#include <cstring>
+#include <string>
+#include <sys/socket.h>
+#include <vector>
+
+namespace
+{
+
+netsnmp_variable_list variable_of(u_char type, const std::string &bytes)
+{
+    static oid name[MAX_SUBIDENTIFIERS];
+    netsnmp_variable_list variable = {};
+    variable.name = name;
+    variable.name_length = parse_oid_text(IDENTIFICATION_OID, name);
+    variable.type = type;
+    variable.val.string = reinterpret_cast<u_char *>(const_cast<char *>(bytes.data()));
+    variable.val_len = bytes.size();
+    return variable;
+}
+
+std::string value_text(u_char type, const std::string &bytes, size_t size = 1024)
+{
+    const netsnmp_variable_list variable = variable_of(type, bytes);
+    std::vector<char> text(size, '?');
+    snmp_value_text(&variable, text.data(), size);
+    return text.data();
+}
+
+/// An answer's transport data, as a UDP transport leaves it with the PDU.
+netsnmp_indexed_addr_pair address_pair(const char *local, const char *peer)
+{
+    netsnmp_indexed_addr_pair pair = {};
+    const auto set = [](netsnmp_sockaddr_storage *address, const char *text) {
+        const bool ipv6 = strchr(text, ':') != nullptr;
+        address->sa.sa_family = ipv6 ? AF_INET6 : AF_INET;
+        if (ipv6)
+            inet_pton(AF_INET6, text, &address->sin6.sin6_addr);
+        else
+            inet_pton(AF_INET, text, &address->sin.sin_addr);
+        address->sin6.sin6_scope_id = ipv6 ? 7 : 0;
+    };
+    set(&pair.local_addr, local);
+    set(&pair.remote_addr, peer);
+    return pair;
+}
+
+} // namespace
+
+TEST(SnmpObjects, AreReadFromDottedText)
+{
+    oid numbers[MAX_SUBIDENTIFIERS];
+    ASSERT_EQ(parse_oid_text(IDENTIFICATION_OID, numbers), 14U);
+    EXPECT_EQ(numbers[6], 40981U);
+    EXPECT_EQ(numbers[12], 26U);
+    EXPECT_EQ(numbers[13], 0U);
+    EXPECT_EQ(parse_oid_text(PRINTER_MIB_OID, numbers), 12U);
+    std::string long_text = "1";
+    for (int i = 0; i < 200; ++i)
+        long_text += ".1";
+    EXPECT_EQ(parse_oid_text(long_text.c_str(), numbers), MAX_SUBIDENTIFIERS);
+}
+
+TEST(SnmpValue, IsTheBareTextOfWhatIsThere)
+{
+    snmp_set_up_library("devscout_test");
+    const std::string sixty_two(62, 'm');
+    const struct {
+        u_char type;
+        std::string bytes;
+        size_t size;
+        std::string text;
+    } cases[] = {
+        {ASN_OCTET_STR, "MFG:Taliven;MDL:QD-X7", 1024, "MFG:Taliven;MDL:QD-X7"},
+        {ASN_OCTET_STR, sixty_two, 64, sixty_two},
+        {ASN_OCTET_STR, sixty_two + "12", 64, sixty_two + "1"},
+        {ASN_OCTET_STR, "a\nb\tc", 64, "a\nb\tc"},
+        {ASN_OCTET_STR, "a\"b", 64, "a\\\"b"},
+        {ASN_OCTET_STR, "\"", 64, "\\\""},
+        {ASN_OCTET_STR, "\xff\xff\xff\xff", 64, "FF FF FF FF "},
+        {ASN_OCTET_STR, std::string(1024, 'x'), 1024, std::string(1023, 'x')},
+        {ASN_OCTET_STR, std::string(64000, 'x'), 512, std::string(511, 'x')},
+        {ASN_OCTET_STR, "", 64, ""},
+        {ASN_NULL, "", 64, ""},
+        {SNMP_NOSUCHOBJECT, "", 64, ""},
+        {SNMP_NOSUCHINSTANCE, "x", 64, ""},
+        {SNMP_ENDOFMIBVIEW, "", 64, ""},
+        {ASN_INTEGER, std::string("\x2a\0\0\0\0\0\0\0", 8), 64, "42"},
+    };
+    for (const auto &c : cases)
+        EXPECT_EQ(value_text(c.type, c.bytes, c.size), c.text) << int(c.type) << c.bytes;
+    EXPECT_LT(value_text(ASN_OCTET_STR, std::string(64000, '\x01')).size(), 1024U);
+}
+
+TEST(SnmpPeer, StandsBehindTheArrowWithoutItsZone)
+{
+    const struct {
+        const char *local;
+        const char *peer;
+    } cases[] = {{"0.0.0.0", "10.9.1.1"}, {"::", "fe80::1:1"}, {"fe80::9:1", "2001:db8:9::5"}};
+    for (const auto &c : cases) {
+        netsnmp_indexed_addr_pair pair = address_pair(c.local, c.peer);
+        netsnmp_pdu pdu = {};
+        pdu.transport_data = &pair;
+        pdu.transport_data_length = sizeof pair;
+        char text[256];
+        format_transport_address(nullptr, &pdu, text, sizeof text);
+        char ip[IP_SIZE] = "";
+        extract_peer_ip(ip, text, sizeof ip);
+        EXPECT_STREQ(ip, c.peer) << text;
+        EXPECT_LT(std::string(text).find(c.local), std::string(text).find(">")) << text;
+    }
+}
+
+TEST(SnmpPeer, IsTheBracketedTextBehindItsMark)
+{
+    const struct {
+        const char *text;
+        const char *ip;
+    } cases[] = {
+        {"UDP: [0.0.0.0]:38000->[10.9.1.1]:161", "10.9.1.1"},
+        {"UDP/IPv6: [fe80::1]:161", "fe80::1"},
+        {"UDP: [10.9.1.1]:161", "old"},
+        {"->10.9.1.1", ""},
+        {">[10.9.1.1", "10.9.1.1"},
+        {">[0123456789]", "012345678"},
+    };
+    for (const auto &c : cases) {
+        char ip[10] = "old";
+        extract_peer_ip(ip, c.text, sizeof ip);
+        EXPECT_STREQ(ip, c.ip) << c.text;
+    }
+}
+
+TEST(Timeval, NormalizesAndSubtracts)
+{
+    const struct {
+        struct timeval from;
+        struct timeval to;
+        int result;
+        struct timeval difference;
+    } cases[] = {
+        {{1, 900000}, {3, 100000}, 0, {1, 200000}},
+        {{1, 5}, {1, 5}, 0, {0, 0}},
+        {{1, 6}, {1, 5}, -1, {0, 0}},
+        {{0, 1500000}, {2, 0}, 0, {0, 500000}},
+        {{2, 0}, {0, 2500000}, 0, {0, 500000}},
+        {{3, 0}, {2, 999999}, -1, {0, 0}},
+    };
+    for (const auto &c : cases) {
+        struct timeval difference = {};
+        EXPECT_EQ(timeval_subtract(&c.from, &c.to, &difference), c.result);
+        EXPECT_EQ(difference.tv_sec, c.difference.tv_sec);
+        EXPECT_EQ(difference.tv_usec, c.difference.tv_usec);
+        EXPECT_EQ(timeval_subtract(&c.from, &c.to, nullptr), c.result);
+    }
+    const struct timeval time = {};
+    EXPECT_EQ(timeval_subtract(nullptr, &time, nullptr), -1);
+    EXPECT_EQ(timeval_normalize(&time, nullptr), -1);
+}
+
+TEST(SnmpDiscovery, TakesPrintersAndKeepsTheRequestOpen)
+{
+    snmp_set_up_library("devscout_test");
+    device_list devices = nullptr;
+    discovery_context context = {&devices};
+    netsnmp_session *session =
+        snmp_open_session("127.0.0.1:1", false, discovery_response, &context);
+    ASSERT_NE(session, nullptr);
+    netsnmp_indexed_addr_pair pair = address_pair("0.0.0.0", "10.0.0.7");
+    netsnmp_pdu pdu = {};
+    pdu.transport_data = &pair;
+    pdu.transport_data_length = sizeof pair;
+    const auto answer = [&](int operation, long error, const std::string &value) {
+        netsnmp_variable_list variable = variable_of(ASN_OCTET_STR, value);
+        pdu.variables = &variable;
+        pdu.errstat = error;
+        return discovery_response(operation, session, 1, &pdu, &context);
+    };
+    const int received = NETSNMP_CALLBACK_OP_RECEIVED_MESSAGE;
+    const std::string printer = "MFG:Acme;MDL:Model 5;CLS:PRINTER;";
+    EXPECT_EQ(answer(received, SNMP_ERR_NOSUCHNAME, printer), 0);
+    EXPECT_EQ(answer(NETSNMP_CALLBACK_OP_TIMED_OUT, 0, printer), 1);
+    EXPECT_EQ(answer(received, 0, "MFG:Acme;MDL:Model 5;"), 0);
+    EXPECT_EQ(answer(received, 0, "CLS:PRINTER;"), 0);
+    EXPECT_EQ(devices, nullptr);
+    EXPECT_EQ(answer(received, 0, "MFG:Acme;MDL:scn 5;CLS:PRINTER;"), 0);
+    EXPECT_EQ(answer(received, 0, "CLS:PRINTER;MFG:Other"), 0);
+    ASSERT_NE(devices, nullptr);
+    const auto *record = static_cast<const device_record *>(devices->data);
+    EXPECT_STREQ(record->ip, "10.0.0.7");
+    EXPECT_STREQ(record->vendor, "Other");
+    EXPECT_STREQ(record->dsc, "");
+    EXPECT_EQ(record->record_state, 2);
+    EXPECT_EQ(record->snmp_detected + record->snmp_devtype + record->snmp_description, 2);
+    EXPECT_EQ(devices->next, nullptr);
+    list_free(&devices);
+    snmp_close(session);
+}
+
+TEST(DescriptionQuery, SortsAnswersByTheirObject)
+{
+    snmp_set_up_library("devscout_test");
+    getdesc_answers answers = {};
+    netsnmp_session *session = snmp_open_session("127.0.0.1:1", false, on_snmp_response, &answers);
+    ASSERT_NE(session, nullptr);
+    const auto answer = [&](const char *object, const std::string &value) {
+        netsnmp_variable_list variable = variable_of(ASN_OCTET_STR, value);
+        oid name[MAX_SUBIDENTIFIERS];
+        variable.name_length = parse_oid_text(object, name);
+        variable.name = name;
+        netsnmp_pdu pdu = {};
+        pdu.variables = &variable;
+        printed_by([&] {
+            on_snmp_response(NETSNMP_CALLBACK_OP_RECEIVED_MESSAGE, session, 1, &pdu, &answers);
+        });
+    };
+    answer(MODEL_NAME_OID, std::string(80, 'm'));
+    answer(PRINTER_MIB_OID, "first");
+    answer(PRINTER_MIB_OID, std::string(80, 'p'));
+    answer("1.3.6.1.4.1.40981.11.5.1.1.1.7.0", "any other field");
+    answer("1.3.6.1.4.1.40981.11", "too short");
+    answer("1.3.6", "too short");
+    answer("1.3.6.1.2.1.1.1.0", "another arc");
+    EXPECT_EQ(answers.model_name_value, std::string(63, 'm'));
+    EXPECT_EQ(answers.printer_mib_value, std::string(31, 'p'));
+    EXPECT_STREQ(answers.device_id_value, "any other field");
+    snmp_close(session);
+
+    char dsc[DSC_SIZE] = "old";
+    EXPECT_EQ(getdesc_netsnmp(nullptr, 96, "127.0.0.1"), -1);
+    EXPECT_EQ(getdesc_netsnmp(dsc, 0, "127.0.0.1"), -1);
+    EXPECT_NE(printed_by([&] {
+                  EXPECT_EQ(getdesc_netsnmp(dsc, 96, "::x"), -2);
+              }).find("# ERROR: snmp_open failed [getdesc], "),
+              std::string::npos);
+    EXPECT_STREQ(dsc, "");
+}
+
+TEST(Collection, EndsAfterAQuietBudgetThatEveryDatagramStartsAfresh)
+{
+    snmp_set_up_library("devscout_test");
+    device_list devices = nullptr;
+    discovery_context context = {&devices};
+    const int peer = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    struct sockaddr_in address = {};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t size = sizeof address;
+    ASSERT_EQ(bind(peer, reinterpret_cast<struct sockaddr *>(&address), size), 0);
+    getsockname(peer, reinterpret_cast<struct sockaddr *>(&address), &size);
+    const std::string name = "127.0.0.1:" + std::to_string(ntohs(address.sin_port));
+    netsnmp_session *session = snmp_open_session(name.c_str(), false, discovery_response, &context);
+    const char *const objects[] = {IDENTIFICATION_OID};
+    ASSERT_NE(snmp_send_get(session, objects, 1), 0);
+    char request[256];
+    struct sockaddr_in source = {};
+    ASSERT_GT(recvfrom(peer, request, sizeof request, 0,
+                       reinterpret_cast<struct sockaddr *>(&source), &size),
+              0);
+    for (int i = 0; i < 3; ++i)
+        sendto(peer, "garbage", 7, 0, reinterpret_cast<struct sockaddr *>(&source), size);
+    void *handle = snmp_sess_pointer(session);
+    EXPECT_EQ(sess_collect_responses(handle, {0, 50000}), 3);
+    const int64_t start = monotonic_us();
+    EXPECT_EQ(sess_collect_responses(handle, {0, 50000}), 0);
+    EXPECT_GE(monotonic_us() - start, 50000);
+    snmp_close(session);
+    EXPECT_EQ(devices, nullptr);
+    close(peer);
+}
