@@ -1,0 +1,149 @@
+// The device simulator: one process that answers for a whole fleet of devices.
+//
+// simulator --addresses FLEET
+// simulator --fleet FLEET --interface NAME [--record FILE] [--ready-fd N]
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <net/if.h>
+#include <poll.h>
+#include <sys/signalfd.h>
+#include <unistd.h>
+
+#include "io/wait.h"
+#include "simulator/addresses.h"
+#include "simulator/fleet.h"
+#include "simulator/nodeq.h"
+#include "simulator/record.h"
+#include "simulator/send_queue.h"
+#include "simulator/text.h"
+#include "simulator/udp.h"
+
+constexpr int EXIT_BAD_START = 1; // after a line on standard error
+
+struct arguments {
+    const char *addresses = nullptr;
+    const char *fleet = nullptr;
+    const char *interface = "eth0";
+    const char *record = nullptr;
+    int ready_fd = -1;
+};
+
+// A protocol: where its requests arrive, and who answers them.
+struct udp_service {
+    const char *word; // in the record
+    int family;
+    uint16_t port;
+    void (*answer)(const fleet &, const udp_socket &, const datagram &);
+    udp_socket socket;
+};
+
+static udp_service services[] = {
+    {"nodeq", AF_INET, NODEQ_PORT, nodeq_answer_request, {}},
+};
+
+static int read_arguments(int argc, char **argv, arguments &read)
+{
+    for (int i = 1; i < argc; i += 2) {
+        const char *value = i + 1 < argc ? argv[i + 1] : nullptr;
+        if (value == nullptr)
+            return -1;
+        if (strcmp(argv[i], "--addresses") == 0)
+            read.addresses = value;
+        else if (strcmp(argv[i], "--fleet") == 0)
+            read.fleet = value;
+        else if (strcmp(argv[i], "--interface") == 0)
+            read.interface = value;
+        else if (strcmp(argv[i], "--record") == 0)
+            read.record = value;
+        else if (strcmp(argv[i], "--ready-fd") == 0)
+            read.ready_fd = static_cast<int>(text_to_number(value, 1000));
+        else
+            return -1;
+    }
+    return (read.addresses == nullptr) != (read.fleet == nullptr) ? 0 : -1;
+}
+
+static int open_services(unsigned interface)
+{
+    for (udp_service &service : services) {
+        if (udp_open(service.socket, service.family, service.port, interface) != 0) {
+            fprintf(stderr, "simulator: UDP port %d: %s\n", service.port, strerror(errno));
+            return -1;
+        }
+    }
+    return 0;
+}
+
+// Answers all requests that wait on the socket of `service`.
+static void serve(const fleet &devices, const udp_service &service)
+{
+    datagram request;
+    while (udp_receive(service.socket, request) == 1) {
+        record_request(service.word, request.source, request.destination, request.bytes);
+        service.answer(devices, service.socket, request);
+    }
+}
+
+// SIGTERM ends the loop; what has arrived until then is still written down.
+static int open_end_signal()
+{
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGTERM);
+    sigprocmask(SIG_BLOCK, &signals, nullptr);
+    return signalfd(-1, &signals, SFD_CLOEXEC);
+}
+
+static void run(const fleet &devices, int end_signal)
+{
+    bool ending = false;
+    while (!ending) {
+        std::vector<pollfd> waited = {{end_signal, POLLIN, 0}};
+        for (const udp_service &service : services)
+            waited.push_back({service.socket.fd.fd, POLLIN, 0});
+        const int64_t wait_us = send_queue_wait_us();
+        const timespec timeout = {wait_us / MICROSECONDS_PER_SECOND,
+                                  wait_us % MICROSECONDS_PER_SECOND * 1000};
+        ppoll(waited.data(), waited.size(), wait_us < 0 ? nullptr : &timeout, nullptr);
+        ending = waited[0].revents != 0;
+        for (const udp_service &service : services)
+            serve(devices, service);
+        send_queue_run();
+    }
+}
+
+int main(int argc, char **argv)
+{
+    arguments given;
+    if (read_arguments(argc, argv, given) != 0) {
+        fprintf(stderr, "use: simulator --addresses FLEET\n"
+                        "     simulator --fleet FLEET --interface NAME [--record FILE] "
+                        "[--ready-fd N]\n");
+        return EXIT_BAD_START;
+    }
+    fleet devices;
+    if (fleet_read(given.addresses != nullptr ? given.addresses : given.fleet, devices) != 0)
+        return EXIT_BAD_START;
+    if (given.addresses != nullptr) {
+        addresses_print(devices, given.interface);
+        return 0;
+    }
+    const unsigned interface = if_nametoindex(given.interface);
+    if (interface == 0) {
+        fprintf(stderr, "simulator: no interface %s\n", given.interface);
+        return EXIT_BAD_START;
+    }
+    if (given.record != nullptr && record_open(given.record) != 0) {
+        fprintf(stderr, "simulator: %s: %s\n", given.record, strerror(errno));
+        return EXIT_BAD_START;
+    }
+    const descriptor end_signal(open_end_signal());
+    if (end_signal.fd < 0 || open_services(interface) != 0)
+        return EXIT_BAD_START;
+    if (given.ready_fd >= 0)
+        dprintf(given.ready_fd, "ready\n");
+    run(devices, end_signal.fd);
+    return 0;
+}
