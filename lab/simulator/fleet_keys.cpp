@@ -1,6 +1,8 @@
 // The keys of a fleet file and what their values may be.
 #include "simulator/fleet_keys.h"
 
+#include <cstdint>
+
 #include "simulator/text.h"
 
 enum value_kind {
@@ -19,6 +21,7 @@ struct key_rule {
 };
 
 constexpr long TEXT_LIMIT = 65000;
+constexpr long FILL_LIMIT = 64000; // leaves room for the rest of a datagram
 constexpr long DELAY_LIMIT_MS = 60000;
 constexpr long REPEAT_LIMIT = 1000;
 constexpr long FLOOD_LIMIT = 1000000;
@@ -37,6 +40,28 @@ constexpr key_rule KEY_RULES[] = {
     {"nodeq.repeat", KIND_NUMBER, REPEAT_LIMIT, {}},
     {"nodeq.delay", KIND_NUMBER, DELAY_LIMIT_MS, {}},
     {"nodeq.flood", KIND_NUMBER, FLOOD_LIMIT, {}},
+
+    {"id", KIND_TEXT, TEXT_LIMIT, {}},
+    {"id.fill", KIND_NUMBER, FILL_LIMIT, {}},
+    {"id.int", KIND_NUMBER, INT32_MAX, {}},
+    {"model", KIND_TEXT, TEXT_LIMIT, {}},
+    {"mib", KIND_TEXT, TEXT_LIMIT, {}},
+    {"query.id", KIND_TEXT, TEXT_LIMIT, {}},
+    {"query.id.absent", KIND_FLAG, 0, {}},
+    {"query.model", KIND_TEXT, TEXT_LIMIT, {}},
+    {"query.model.absent", KIND_FLAG, 0, {}},
+    {"query.mib", KIND_TEXT, TEXT_LIMIT, {}},
+    {"query.mib.absent", KIND_FLAG, 0, {}},
+    {"snmp", KIND_FLAG, 0, {}},
+    {"snmp.community", KIND_TEXT, TEXT_LIMIT, {}},
+    {"snmp.on", KIND_WORD, 0, "broadcast unicast both"},
+    {"snmp.error", KIND_NUMBER, 255, {}},
+    {"snmp.reqid", KIND_WORD, 0, "wrong"},
+    {"snmp.raw", KIND_BYTES, TEXT_LIMIT, {}},
+    {"snmp.then", KIND_TEXT, TEXT_LIMIT, {}},
+    {"snmp.repeat", KIND_NUMBER, REPEAT_LIMIT, {}},
+    {"snmp.delay", KIND_NUMBER, DELAY_LIMIT_MS, {}},
+    {"snmp.flood", KIND_NUMBER, DELAY_LIMIT_MS, {}},
 };
 
 static bool is_one_of(std::string_view word, std::string_view words)

@@ -17,6 +17,7 @@
 #include "simulator/nodeq.h"
 #include "simulator/record.h"
 #include "simulator/send_queue.h"
+#include "simulator/snmp.h"
 #include "simulator/text.h"
 #include "simulator/udp.h"
 
@@ -41,6 +42,8 @@ struct udp_service {
 
 static udp_service services[] = {
     {"nodeq", AF_INET, NODEQ_PORT, nodeq_answer_request, {}},
+    {"snmp", AF_INET, SNMP_PORT, snmp_answer_request, {}},
+    {"snmp", AF_INET6, SNMP_PORT, snmp_answer_request, {}},
 };
 
 static int read_arguments(int argc, char **argv, arguments &read)
