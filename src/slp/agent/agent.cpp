@@ -1,0 +1,84 @@
+// The calls of the SLP API (RFC 2614): handles, arguments and codes.
+#include "slp/agent/agent.h"
+
+#include "slp/agent/results.h"
+#include "slp/agent/service_search.h"
+#include "slp/agent/slp.h"
+
+#include <memory>
+#include <new>
+
+namespace
+{
+
+constexpr char DEFAULT_LANGUAGE[] = "en";
+
+bool is_given(const char *text)
+{
+    return text != nullptr && *text != '\0';
+}
+
+/// Marks a handle as in use as long as it lives.
+struct in_use_mark {
+    slp_agent *agent;
+
+    explicit in_use_mark(slp_agent *marked) : agent(marked)
+    {
+        agent->in_use = true;
+    }
+    in_use_mark(const in_use_mark &) = delete;
+    in_use_mark &operator=(const in_use_mark &) = delete;
+    ~in_use_mark()
+    {
+        agent->in_use = false;
+    }
+};
+
+} // namespace
+
+SLPError SLPOpen(const char *pcLang, SLPBoolean isAsync, SLPHandle *phSLP)
+{
+    if (phSLP == nullptr)
+        return SLP_PARAMETER_BAD;
+    *phSLP = nullptr;
+    if (isAsync != SLP_FALSE)
+        return SLP_NOT_IMPLEMENTED;
+    std::unique_ptr<slp_agent> agent(new (std::nothrow) slp_agent);
+    if (!agent)
+        return SLP_MEMORY_ALLOC_FAILED;
+    agent->settings.properties = slp_properties_read(SLP_PROPERTIES_PATH);
+    agent->language = is_given(pcLang) ? pcLang : DEFAULT_LANGUAGE;
+    *phSLP = agent.release();
+    return SLP_OK;
+}
+
+void SLPClose(SLPHandle hSLP)
+{
+    auto *agent = static_cast<slp_agent *>(hSLP);
+    if (agent != nullptr && !agent->in_use)
+        const std::unique_ptr<slp_agent> closed(agent);
+}
+
+SLPError SLPFindSrvs(SLPHandle hSLP, const char *pcServiceType, const char *pcScopeList,
+                     const char *pcSearchFilter, SLPSrvURLCallback callback, void *pvCookie)
+{
+    auto *agent = static_cast<slp_agent *>(hSLP);
+    if (agent == nullptr || !is_given(pcServiceType) || callback == nullptr)
+        return SLP_PARAMETER_BAD;
+    if (agent->in_use)
+        return SLP_HANDLE_IN_USE;
+    const in_use_mark mark(agent);
+    const slp_properties &properties = agent->settings.properties;
+    slp_request request;
+    request.language = agent->language;
+    request.service_type = pcServiceType;
+    request.scopes = is_given(pcScopeList) ? pcScopeList : properties.use_scopes;
+    request.filter = is_given(pcSearchFilter) ? pcSearchFilter : "";
+    request.xid = slp_new_xid();
+    slp_results results = {hSLP, callback, pvCookie, static_cast<size_t>(properties.max_results),
+                           {},   false};
+    const SLPError code = slp_search_services(agent->settings, request, &results);
+    if (code == SLP_OK && !results.refused)
+        callback(hSLP, nullptr, 0, SLP_LAST_CALL, pvCookie);
+    return code;
+}

@@ -1,0 +1,141 @@
+// The multicast convergence of RFC 2608, 6.3.
+#include "slp/agent/convergence.h"
+
+#include "io/stream.h"
+#include "io/wait.h"
+#include "slp/agent/interfaces.h"
+#include "slp/agent/transport.h"
+
+#include <algorithm>
+#include <arpa/inet.h>
+#include <string>
+#include <unordered_set>
+#include <vector>
+
+namespace
+{
+
+constexpr size_t IP_AND_UDP_HEADER_SIZE = 20 + 8;
+
+/// Outcome of one wait.
+constexpr int WAIT_FAILED = -1;
+constexpr int WAIT_NOTHING_NEW = 0;
+constexpr int WAIT_NEW_ANSWERS = 1;
+constexpr int WAIT_COMPLETE = 2;
+
+/// Those that have answered, for the reader and for the wire.
+struct responder_list {
+    std::unordered_set<in_addr_t> addresses;
+    std::string text; ///< comma-separated
+};
+
+/// Returns true when the sender is new. Beyond `text_most` characters the text grows no more: a
+/// request with it would be too long to send anyway.
+bool add_responder(responder_list *responders, struct in_addr address, size_t text_most)
+{
+    if (!responders->addresses.insert(address.s_addr).second)
+        return false;
+    char text[INET_ADDRSTRLEN] = "";
+    inet_ntop(AF_INET, &address, text, sizeof text);
+    if (responders->text.size() <= text_most) {
+        if (!responders->text.empty())
+            responders->text += ',';
+        responders->text += text;
+    }
+    return true;
+}
+
+/// The fixed surroundings of one search.
+struct search_context {
+    const descriptor &socket;
+    slp_datagram_reader *reader;
+    void *reader_context;
+    size_t longest_message;
+    std::vector<uint8_t> buffer;
+};
+
+/// Reads all that arrives until the deadline.
+int collect_answers(search_context *search, int64_t deadline_us, responder_list *responders)
+{
+    int outcome = WAIT_NOTHING_NEW;
+    for (;;) {
+        struct sockaddr_in sender = {};
+        const int size = slp_receive(search->socket.fd, deadline_us, &search->buffer, &sender);
+        if (size <= 0)
+            return size < 0 ? WAIT_FAILED : outcome;
+        const int made = search->reader(search->reader_context, search->buffer.data(),
+                                        static_cast<size_t>(size), sender);
+        if (made == SLP_DATAGRAM_COMPLETE)
+            return WAIT_COMPLETE;
+        if (made == SLP_DATAGRAM_ANSWER &&
+            add_responder(responders, sender.sin_addr, search->longest_message))
+            outcome = WAIT_NEW_ANSWERS;
+        // A flood of datagrams does not prolong the wait.
+        if (monotonic_us() >= deadline_us)
+            return outcome;
+    }
+}
+
+struct sockaddr_in group_address(const slp_settings &settings)
+{
+    struct in_addr address = {};
+    inet_pton(AF_INET,
+              settings.properties.is_broadcast_only ? settings.broadcast_address
+                                                    : settings.multicast_group,
+              &address);
+    return slp_socket_address(address, settings.port);
+}
+
+/// Waits of the search, cut to its maximum: the first is shortened to it, later ones are left out.
+std::vector<int64_t> plan_waits_us(const slp_patience &patience)
+{
+    std::vector<int64_t> waits;
+    int64_t sum = 0;
+    for (size_t i = 0; i < patience.timeouts.count; ++i) {
+        int64_t wait = patience.timeouts.ms[i];
+        if (i == 0)
+            wait = std::min<int64_t>(wait, patience.maximum_wait);
+        sum += wait;
+        if (sum > patience.maximum_wait)
+            break;
+        waits.push_back(wait * MICROSECONDS_PER_MILLISECOND);
+    }
+    return waits;
+}
+
+} // namespace
+
+size_t slp_longest_message(const slp_properties &properties)
+{
+    return static_cast<size_t>(properties.mtu) - IP_AND_UDP_HEADER_SIZE;
+}
+
+SLPError slp_converge(const slp_settings &settings, const slp_request &request,
+                      const slp_patience &patience, slp_datagram_reader *reader, void *context)
+{
+    const descriptor socket(slp_open_group_socket(settings.properties.multicast_ttl));
+    if (socket.fd < 0)
+        return SLP_NETWORK_INIT_FAILED;
+    const std::vector<slp_interface> interfaces = slp_list_interfaces(settings.properties);
+    const struct sockaddr_in target = group_address(settings);
+    search_context search = {socket, reader, context, slp_longest_message(settings.properties), {}};
+    responder_list responders;
+    bool is_repeated = false;
+    int64_t deadline_us = monotonic_us();
+    for (const int64_t wait_us : plan_waits_us(patience)) {
+        const std::vector<uint8_t> message =
+            slp_build_request(request, SLP_FLAG_MULTICAST, responders.text);
+        if (message.empty() || message.size() > search.longest_message)
+            return is_repeated ? SLP_OK : SLP_BUFFER_OVERFLOW;
+        if (slp_send_to_group(socket.fd, interfaces, target, message) == 0)
+            return SLP_NETWORK_ERROR;
+        deadline_us += wait_us;
+        const int outcome = collect_answers(&search, deadline_us, &responders);
+        if (outcome == WAIT_FAILED)
+            return SLP_NETWORK_ERROR;
+        if (outcome == WAIT_COMPLETE || (outcome == WAIT_NOTHING_NEW && is_repeated))
+            return SLP_OK;
+        is_repeated = true;
+    }
+    return SLP_OK;
+}

@@ -1,0 +1,109 @@
+// Which directory agents a search can ask.
+#include "slp/agent/da_search.h"
+
+#include "slp/agent/convergence.h"
+#include "slp/agent/value_list.h"
+
+#include <algorithm>
+#include <arpa/inet.h>
+#include <memory>
+#include <netdb.h>
+
+namespace
+{
+
+constexpr char DIRECTORY_AGENT_TYPE[] = "service:directory-agent";
+constexpr std::string_view DIRECTORY_AGENT_URL = "service:directory-agent://";
+constexpr size_t AGENTS_MAX = SLP_ADDRESSES_MAX;
+
+void add_agent(std::vector<struct in_addr> *agents, struct in_addr address)
+{
+    const bool known =
+        std::any_of(agents->begin(), agents->end(), [address](const struct in_addr &other) {
+            return other.s_addr == address.s_addr;
+        });
+    if (!known && agents->size() < AGENTS_MAX)
+        agents->push_back(address);
+}
+
+struct resolved_freer {
+    void operator()(struct addrinfo *resolved) const
+    {
+        freeaddrinfo(resolved);
+    }
+};
+
+/// Reads a dotted address or asks the host's resolver for a name. Returns 0, or -1 without one.
+int resolve(const std::string &host, struct in_addr *address)
+{
+    if (inet_pton(AF_INET, host.c_str(), address) == 1)
+        return 0;
+    struct addrinfo wanted = {};
+    wanted.ai_family = AF_INET;
+    wanted.ai_socktype = SOCK_DGRAM;
+    struct addrinfo *first = nullptr;
+    if (getaddrinfo(host.c_str(), nullptr, &wanted, &first) != 0)
+        return -1;
+    const std::unique_ptr<struct addrinfo, resolved_freer> owner(first);
+    *address = reinterpret_cast<const struct sockaddr_in *>(first->ai_addr)->sin_addr;
+    return 0;
+}
+
+/// The address that an advert's URL names. An agent that announces itself by name is taken at the
+/// address its advert came from, which spares looking up a name that anybody can send.
+struct in_addr advertised_address(std::string_view url, struct in_addr sender)
+{
+    struct in_addr address = {};
+    const std::string_view rest = url.substr(DIRECTORY_AGENT_URL.size());
+    const std::string host(rest.substr(0, rest.find_first_of(":/;")));
+    return inet_pton(AF_INET, host.c_str(), &address) == 1 ? address : sender;
+}
+
+struct advert_search {
+    slp_request request;
+    std::vector<struct in_addr> agents;
+};
+
+int read_advert_datagram(void *context, const uint8_t *bytes, size_t size,
+                         const struct sockaddr_in &sender)
+{
+    auto *search = static_cast<advert_search *>(context);
+    slp_da_advert advert;
+    if (slp_read_da_advert(bytes, size, search->request.xid, &advert) != 0 ||
+        advert.error_code != 0)
+        return SLP_DATAGRAM_FOREIGN;
+    const bool is_agent =
+        slp_same_text(advert.url.substr(0, DIRECTORY_AGENT_URL.size()), DIRECTORY_AGENT_URL);
+    const bool stays = advert.boot_timestamp != 0;
+    if (is_agent && stays && slp_scopes_overlap(advert.scopes, search->request.scopes))
+        add_agent(&search->agents, advertised_address(advert.url, sender.sin_addr));
+    return SLP_DATAGRAM_ANSWER;
+}
+
+} // namespace
+
+std::vector<struct in_addr> slp_find_directory_agents(const slp_settings &settings,
+                                                      const slp_request &request)
+{
+    const slp_properties &properties = settings.properties;
+    advert_search search;
+    if (!properties.da_addresses.empty()) {
+        struct in_addr address = {};
+        for (const std::string &host : properties.da_addresses)
+            if (resolve(host, &address) == 0)
+                add_agent(&search.agents, address);
+        return search.agents;
+    }
+    if (!properties.active_da_detection)
+        return {};
+    search.request = request;
+    search.request.service_type = DIRECTORY_AGENT_TYPE;
+    search.request.filter.clear();
+    search.request.xid = slp_new_xid();
+    // Whatever ends this search: the agents found until then can be asked, and without any the
+    // multicast search for services meets the same trouble and reports it.
+    slp_converge(settings, search.request,
+                 {properties.da_discovery_timeouts, properties.da_discovery_maximum_wait},
+                 read_advert_datagram, &search);
+    return search.agents;
+}

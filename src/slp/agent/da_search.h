@@ -1,0 +1,14 @@
+// Which directory agents a search can ask.
+#pragma once
+
+#include "slp/agent/message.h"
+#include "slp/agent/settings.h"
+
+#include <netinet/in.h>
+#include <vector>
+
+/// Returns the directory agents to ask for `request`, in order and each once: those of
+/// net.slp.DAAddresses, names resolved; when it names none and active detection is on, those that
+/// answer a multicast search and serve one of the request's scopes.
+std::vector<struct in_addr> slp_find_directory_agents(const slp_settings &settings,
+                                                      const slp_request &request);

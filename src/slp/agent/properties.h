@@ -1,0 +1,45 @@
+// The agent's settings, as far as "/etc/slp.conf" can change them.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+constexpr char SLP_PROPERTIES_PATH[] = "/etc/slp.conf";
+constexpr size_t SLP_TIMEOUTS_MAX = 16;    ///< waits of one search
+constexpr size_t SLP_ADDRESSES_MAX = 32;   ///< entries of an address list; more are passed over
+constexpr int32_t SLP_RESULTS_MAX = 65536; ///< URLs of one search, also for "all" (-1)
+
+/// The waits of a search, one after another, in milliseconds.
+struct slp_timeouts {
+    size_t count = 6;
+    std::array<int32_t, SLP_TIMEOUTS_MAX> ms = {500, 750, 1000, 1500, 2000, 3000};
+};
+
+/// The properties that the agent knows, with their defaults.
+struct slp_properties {
+    std::string use_scopes = "default";       ///< comma-separated, no blanks around the commas
+    std::vector<std::string> da_addresses;    ///< directory agents: addresses or host names
+    std::vector<std::string> interfaces;      ///< addresses of the interfaces to use; empty: all
+    bool active_da_detection = true;          ///< search for directory agents by multicast
+    bool is_broadcast_only = false;           ///< broadcast where multicast does not work
+    int32_t da_discovery_maximum_wait = 2000; ///< milliseconds
+    int32_t multicast_maximum_wait = 5000;    ///< milliseconds
+    slp_timeouts da_discovery_timeouts;
+    slp_timeouts multicast_timeouts;
+    int32_t multicast_ttl = 8;
+    int32_t mtu = 1400;        ///< bytes of a packet, its IP and UDP headers included
+    int32_t max_results = 256; ///< URLs after which a search ends
+};
+
+/// Takes over the properties that stand in `text`, lines of the form "name = value". Lines that
+/// begin with "#" or ";", lines without "=" and unknown names are passed over. A value that does
+/// not read as its type, or lies outside its range, leaves the property as it is.
+void slp_properties_parse(std::string_view text, slp_properties *properties);
+
+/// Returns the defaults, changed by what stands in the file. A file that is missing or no regular
+/// file changes nothing; only the first 256 KiB are read.
+slp_properties slp_properties_read(const char *path);

@@ -1,0 +1,41 @@
+// Sockets of the user agent: every wait has a deadline on the monotonic clock, in microseconds
+// as monotonic_us() counts them.
+#pragma once
+
+#include "slp/agent/interfaces.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <netinet/in.h>
+#include <vector>
+
+constexpr size_t SLP_DATAGRAM_SIZE_MAX = 65536;
+
+/// Longest message read over TCP; far above what `SLP_RESULTS_MAX` printers would need.
+constexpr size_t SLP_STREAM_MESSAGE_MAX = 16 * 1024 * 1024 - 1;
+
+/// Returns the socket address of an IPv4 address and a port in host byte order.
+struct sockaddr_in slp_socket_address(struct in_addr address, uint16_t port);
+
+/// Opens the UDP socket of a search that many agents may answer, with a receive buffer for a
+/// burst of answers. Returns the descriptor, or -1 (`errno`).
+int slp_open_group_socket(int multicast_ttl);
+
+/// Sends a message to `target` over each of the interfaces, one datagram an interface. Returns
+/// the number of interfaces that took it.
+int slp_send_to_group(int fd, const std::vector<slp_interface> &interfaces,
+                      const struct sockaddr_in &target, const std::vector<uint8_t> &message);
+
+/// Opens a UDP socket connected to one agent. Returns the descriptor, or -1 (`errno`).
+int slp_open_unicast_socket(const struct sockaddr_in &target);
+
+/// Waits for the next datagram until `deadline_us`. Returns its size in bytes, 0 at the deadline
+/// (an empty datagram is passed over), -1 when the socket failed, such as by the message that
+/// nobody listens on a connected socket's port. `sender` may be null.
+int slp_receive(int fd, int64_t deadline_us, std::vector<uint8_t> *buffer,
+                struct sockaddr_in *sender);
+
+/// Sends `request` over a TCP connection of its own and reads one message into `reply`, all
+/// before `deadline_us`. Returns 0, or -1 when no whole message could be had.
+int slp_exchange_over_tcp(const struct sockaddr_in &target, const std::vector<uint8_t> &request,
+                          int64_t deadline_us, std::vector<uint8_t> *reply);

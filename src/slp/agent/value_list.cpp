@@ -1,0 +1,53 @@
+// Lists of texts separated by commas, as SLP writes scopes, addresses and time-outs.
+#include "slp/agent/value_list.h"
+
+#include <strings.h>
+
+std::string_view slp_trim(std::string_view text)
+{
+    constexpr std::string_view BLANKS = " \t\r\n";
+    const size_t first = text.find_first_not_of(BLANKS);
+    if (first == std::string_view::npos)
+        return {};
+    return text.substr(first, text.find_last_not_of(BLANKS) - first + 1);
+}
+
+std::vector<std::string> slp_split_list(std::string_view list)
+{
+    std::vector<std::string> items;
+    for (;;) {
+        const size_t comma = list.find(',');
+        const std::string_view item = slp_trim(list.substr(0, comma));
+        if (!item.empty())
+            items.emplace_back(item);
+        if (comma == std::string_view::npos)
+            return items;
+        list.remove_prefix(comma + 1);
+    }
+}
+
+std::string slp_join_list(const std::vector<std::string> &items)
+{
+    std::string joined;
+    for (const std::string &item : items) {
+        if (!joined.empty())
+            joined += ',';
+        joined += item;
+    }
+    return joined;
+}
+
+bool slp_same_text(std::string_view a, std::string_view b)
+{
+    return a.size() == b.size() && strncasecmp(a.data(), b.data(), a.size()) == 0;
+}
+
+bool slp_scopes_overlap(std::string_view a, std::string_view b)
+{
+    const std::vector<std::string> others = slp_split_list(b);
+    for (const std::string &scope : slp_split_list(a))
+        for (const std::string &other : others)
+            if (slp_same_text(scope, other))
+                return true;
+    return false;
+}
