@@ -54,9 +54,9 @@ SLPError SLPOpen(const char *pcLang, SLPBoolean isAsync, SLPHandle *phSLP)
 
 void SLPClose(SLPHandle hSLP)
 {
-    auto *agent = static_cast<slp_agent *>(hSLP);
-    if (agent != nullptr && !agent->in_use)
-        const std::unique_ptr<slp_agent> closed(agent);
+    std::unique_ptr<slp_agent> agent(static_cast<slp_agent *>(hSLP));
+    if (agent && agent->in_use)
+        static_cast<void>(agent.release()); // the search that runs still needs it
 }
 
 SLPError SLPFindSrvs(SLPHandle hSLP, const char *pcServiceType, const char *pcScopeList,
