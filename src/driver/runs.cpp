@@ -12,6 +12,7 @@
 #include "nodeq/nodeq.h"
 #include "scan/scanner_inquiry.h"
 #include "scan/tcp_connect.h"
+#include "slp/slp_discovery.h"
 #include "snmp/description_query.h"
 #include "snmp/snmp_discovery.h"
 
@@ -41,6 +42,11 @@ void run_nodeq6(device_list *devices)
     discover_using_nodeq(devices, IPV6_TARGET);
 }
 
+void run_slp(device_list *devices)
+{
+    discover_using_slp(devices);
+}
+
 void run_snmp(device_list *devices)
 {
     open_process_log("devscout_snmp");
@@ -61,7 +67,7 @@ struct method_run {
 /// By `method_id`.
 constexpr method_run METHOD_RUNS[METHOD_COUNT] = {
     {run_nodeq, "after discover_using_nodeq"},    {run_nodeq6, "after discover_using_nodeq6"},
-    {nullptr, "after discover_using_slp"},        {run_snmp, "after discover_using_netsnmp"},
+    {run_slp, "after discover_using_slp"},        {run_snmp, "after discover_using_netsnmp"},
     {run_snmp6, "after discover_using_netsnmp6"},
 };
 
@@ -118,8 +124,7 @@ int run_child(const run_settings &settings)
         const method_run &run = METHOD_RUNS[method];
         if (!settings.methods[method])
             continue;
-        if (run.discover != nullptr)
-            run.discover(&devices);
+        run.discover(&devices);
         if (settings.time_marks)
             time_mark(run.mark, &start_time);
     }
