@@ -121,6 +121,15 @@ TEST(SnmpPeer, StandsBehindTheArrowWithoutItsZone)
         extract_peer_ip(ip, text, sizeof ip);
         EXPECT_STREQ(ip, c.peer) << text;
         EXPECT_LT(std::string(text).find(c.local), std::string(text).find(">")) << text;
+
+        // The IPv6 transport tells the peer alone.
+        pdu.transport_data = &pair.remote_addr;
+        pdu.transport_data_length = pair.remote_addr.sa.sa_family == AF_INET6
+                                        ? sizeof pair.remote_addr.sin6
+                                        : sizeof pair.remote_addr.sin;
+        format_transport_address(nullptr, &pdu, text, sizeof text);
+        extract_peer_ip(ip, text, sizeof ip);
+        EXPECT_STREQ(ip, c.peer) << text;
     }
 }
 

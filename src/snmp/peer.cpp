@@ -19,7 +19,7 @@ struct library_text_deleter {
     }
 };
 
-/// The plain address text: `inet_ntop` knows no zones.
+/// The plain address text: `inet_ntop` knows no zones. An address of no family is an empty text.
 const char *address_text(const netsnmp_sockaddr_storage &address, char (&text)[INET6_ADDRSTRLEN])
 {
     const void *bytes = &address.sin.sin_addr;
@@ -30,20 +30,35 @@ const char *address_text(const netsnmp_sockaddr_storage &address, char (&text)[I
     return text;
 }
 
+/// Takes the addresses from the PDU's transport data: the pair that the IPv4 transport leaves
+/// there, or the lone peer address that the IPv6 one does. Returns false for anything else.
+bool read_addresses(const netsnmp_pdu *pdu, netsnmp_indexed_addr_pair *addresses)
+{
+    if (pdu->transport_data == nullptr)
+        return false;
+    const auto length = static_cast<size_t>(pdu->transport_data_length);
+    const bool lone =
+        length == sizeof addresses->remote_addr.sin6 || length == sizeof addresses->remote_addr.sin;
+    if (length != sizeof *addresses && !lone)
+        return false;
+    // The pair begins with the peer, so both forms are read alike.
+    memcpy(addresses, pdu->transport_data, length);
+    const auto family = addresses->remote_addr.sa.sa_family;
+    return family == AF_INET6 ? length >= sizeof addresses->remote_addr.sin6 : family == AF_INET;
+}
+
 } // namespace
 
 void format_transport_address(netsnmp_transport *transport, const netsnmp_pdu *pdu, char *text,
                               size_t size)
 {
     netsnmp_indexed_addr_pair addresses = {};
-    if (pdu->transport_data == nullptr ||
-        pdu->transport_data_length != static_cast<int>(sizeof addresses)) {
+    if (!read_addresses(pdu, &addresses)) {
         const std::unique_ptr<char, library_text_deleter> formatted(
             transport->f_fmtaddr(nullptr, pdu->transport_data, pdu->transport_data_length));
         safe_strncpy(text, formatted ? formatted.get() : "", size);
         return;
     }
-    memcpy(&addresses, pdu->transport_data, sizeof addresses);
     char local[INET6_ADDRSTRLEN];
     char peer[INET6_ADDRSTRLEN];
     const bool ipv6 = addresses.remote_addr.sa.sa_family == AF_INET6;

@@ -6,8 +6,8 @@
 #include <cstddef>
 
 /// Writes the two sides of the answer's transport addresses, the local one first and the peer
-/// behind the arrow, without zones, to `text`. Without an address pair the text is what the
-/// transport itself makes of its data.
+/// behind the arrow, without zones, to `text`; a local address that the transport does not
+/// tell is empty. Where the data hold no addresses the text is what the transport makes of them.
 void format_transport_address(netsnmp_transport *transport, const netsnmp_pdu *pdu, char *text,
                               size_t size);
 
