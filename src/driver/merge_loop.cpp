@@ -1,8 +1,6 @@
 // The parent's loop: reads the children in turn until the last one has ended.
 #include "driver/merge_loop.h"
 
-#include "io/wait.h"
-
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
@@ -13,7 +11,7 @@
 namespace
 {
 
-constexpr int64_t SLOT_WAIT_US = 1000;
+constexpr long SLOT_WAIT_NS = 1000000;
 constexpr int LAST_DISCOVERY_SLOT = 3; ///< lines of higher slots are description lines
 
 /// Length of the next line in `pending`, its line feed included: a line of LINE_SIZE - 1
@@ -40,15 +38,11 @@ bool take_line(child_slot *slot, char (&line)[LINE_SIZE])
     return true;
 }
 
-/// Reads what the child has written, when `pending` holds no complete line. Waits at most
-/// `timeout_us` for it.
-void read_output(child_slot *slot, int64_t timeout_us)
+/// Reads what the child has written. Call it when `poll` has reported its stream.
+void read_output(child_slot *slot)
 {
-    const int fd = fileno(slot->stream);
-    if (slot->at_end != 0 || wait_for(fd, POLLIN, timeout_us) <= 0)
-        return;
-    const ssize_t received =
-        read(fd, slot->pending + slot->pending_length, sizeof slot->pending - slot->pending_length);
+    const ssize_t received = read(fileno(slot->stream), slot->pending + slot->pending_length,
+                                  sizeof slot->pending - slot->pending_length);
     if (received > 0) {
         slot->pending_length += static_cast<size_t>(received);
     } else if (received == 0 || errno != EINTR) {
@@ -57,12 +51,25 @@ void read_output(child_slot *slot, int64_t timeout_us)
     }
 }
 
-/// Whether a line waits in any slot: then no other slot is waited for.
-bool any_line_waits(const child_slot *slots)
+/// Whether the parent has something to do in the slot without waiting for its child.
+bool has_work(const child_slot &slot)
 {
-    return std::any_of(slots, slots + CHILD_SLOT_COUNT, [](const child_slot &slot) {
-        return slot.stream != nullptr && next_line_length(slot) > 0;
-    });
+    return slot.stream != nullptr && (next_line_length(slot) > 0 || slot.at_end != 0);
+}
+
+/// Gives the child of slot `number` 1 ms to write something. Output of another child, or work
+/// that waits in another slot, ends the wait at once: its turn comes in this pass or the next.
+void wait_for_output(child_slot *slots, int number)
+{
+    struct pollfd streams[CHILD_SLOT_COUNT];
+    for (int i = 0; i < CHILD_SLOT_COUNT; ++i) {
+        const bool open = slots[i].stream != nullptr && slots[i].at_end == 0;
+        streams[i] = {open ? fileno(slots[i].stream) : -1, POLLIN, 0};
+    }
+    const bool waits = std::none_of(slots, slots + CHILD_SLOT_COUNT, has_work);
+    const struct timespec timeout = {0, waits ? SLOT_WAIT_NS : 0};
+    if (ppoll(streams, CHILD_SLOT_COUNT, &timeout, nullptr) > 0 && streams[number].revents != 0)
+        read_output(&slots[number]);
 }
 
 void merge_line(const merge_target *target, char *line, int slot)
@@ -92,8 +99,8 @@ bool run_pass(const merge_target *target)
         if (slot->stream == nullptr)
             continue;
         active = true;
-        if (next_line_length(*slot) == 0)
-            read_output(slot, any_line_waits(target->slots) ? 0 : SLOT_WAIT_US);
+        if (!has_work(*slot))
+            wait_for_output(target->slots, i);
         char line[LINE_SIZE];
         if (take_line(slot, line)) {
             merge_line(target, line, i);
