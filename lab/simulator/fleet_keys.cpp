@@ -62,6 +62,9 @@ constexpr key_rule KEY_RULES[] = {
     {"snmp.repeat", KIND_NUMBER, REPEAT_LIMIT, {}},
     {"snmp.delay", KIND_NUMBER, DELAY_LIMIT_MS, {}},
     {"snmp.flood", KIND_NUMBER, DELAY_LIMIT_MS, {}},
+
+    {"scan", KIND_WORD, 0, "whole split short long foreign late silent closed-at-once"},
+    {"scan.text", KIND_TEXT, 69, {}},
 };
 
 static bool is_one_of(std::string_view word, std::string_view words)

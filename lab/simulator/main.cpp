@@ -8,16 +8,19 @@
 #include <cstring>
 #include <net/if.h>
 #include <poll.h>
+#include <sys/resource.h>
 #include <sys/signalfd.h>
 #include <unistd.h>
 
 #include "io/wait.h"
 #include "simulator/addresses.h"
 #include "simulator/fleet.h"
+#include "simulator/inquiry.h"
 #include "simulator/nodeq.h"
 #include "simulator/record.h"
 #include "simulator/send_queue.h"
 #include "simulator/snmp.h"
+#include "simulator/tcp.h"
 #include "simulator/text.h"
 #include "simulator/udp.h"
 
@@ -99,21 +102,43 @@ static int open_end_signal()
     return signalfd(-1, &signals, SFD_CLOEXEC);
 }
 
+// The shorter of two waits, of which -1 has no end.
+static int64_t shorter_wait(int64_t one, int64_t other)
+{
+    return one < 0 || (other >= 0 && other < one) ? other : one;
+}
+
 static void run(const fleet &devices, int end_signal)
 {
+    // One more round after the signal: it reads from the connections that the last one accepted.
     bool ending = false;
-    while (!ending) {
+    bool ended = false;
+    while (!ended) {
         std::vector<pollfd> waited = {{end_signal, POLLIN, 0}};
         for (const udp_service &service : services)
             waited.push_back({service.socket.fd.fd, POLLIN, 0});
-        const int64_t wait_us = send_queue_wait_us();
+        const size_t first_tcp = waited.size();
+        tcp_add_waited(waited);
+        const int64_t wait_us = shorter_wait(send_queue_wait_us(), tcp_wait_us());
         const timespec timeout = {wait_us / MICROSECONDS_PER_SECOND,
                                   wait_us % MICROSECONDS_PER_SECOND * 1000};
         ppoll(waited.data(), waited.size(), wait_us < 0 ? nullptr : &timeout, nullptr);
+        ended = ending;
         ending = waited[0].revents != 0;
         for (const udp_service &service : services)
             serve(devices, service);
+        tcp_serve(devices, waited, first_tcp);
         send_queue_run();
+    }
+}
+
+// A listener for each scanner needs more descriptors than a process is given at first.
+static void raise_descriptor_limit()
+{
+    rlimit limit = {};
+    if (getrlimit(RLIMIT_NOFILE, &limit) == 0) {
+        limit.rlim_cur = limit.rlim_max;
+        setrlimit(RLIMIT_NOFILE, &limit);
     }
 }
 
@@ -142,8 +167,9 @@ int main(int argc, char **argv)
         fprintf(stderr, "simulator: %s: %s\n", given.record, strerror(errno));
         return EXIT_BAD_START;
     }
+    raise_descriptor_limit();
     const descriptor end_signal(open_end_signal());
-    if (end_signal.fd < 0 || open_services(interface) != 0)
+    if (end_signal.fd < 0 || open_services(interface) != 0 || inquiry_listen(devices) != 0)
         return EXIT_BAD_START;
     if (given.ready_fd >= 0)
         dprintf(given.ready_fd, "ready\n");
