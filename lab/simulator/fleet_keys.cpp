@@ -65,6 +65,25 @@ constexpr key_rule KEY_RULES[] = {
 
     {"scan", KIND_WORD, 0, "whole split short long foreign late silent closed-at-once"},
     {"scan.text", KIND_TEXT, 69, {}},
+
+    {"slp.url", KIND_TEXT, TEXT_LIMIT, {}},
+    {"slp.scopes", KIND_TEXT, TEXT_LIMIT, {}},
+    {"slp.lifetime", KIND_NUMBER, UINT16_MAX, {}},
+    {"slp.mtu", KIND_NUMBER, TEXT_LIMIT, {}},
+    {"slp.error", KIND_NUMBER, UINT16_MAX, {}},
+    {"slp.lie", KIND_WORD, 0,
+     "count url-length length language xid version function error truncate overflow auth"},
+    {"slp.raw", KIND_BYTES, TEXT_LIMIT, {}},
+    {"slp.repeat", KIND_NUMBER, REPEAT_LIMIT, {}},
+    {"slp.delay", KIND_NUMBER, DELAY_LIMIT_MS, {}},
+    {"slp.tcp", KIND_FLAG, 0, {}},
+    {"slp.da", KIND_FLAG, 0, {}},
+    {"slp.da.url", KIND_TEXT, TEXT_LIMIT, {}},
+    {"slp.da.error", KIND_NUMBER, UINT16_MAX, {}},
+    {"slp.da.hidden", KIND_FLAG, 0, {}},
+    {"slp.da.overflow", KIND_FLAG, 0, {}},
+    {"slp.da.silent", KIND_FLAG, 0, {}},
+    {"slp.da.tcp", KIND_WORD, 0, "whole refuse silent short"},
 };
 
 static bool is_one_of(std::string_view word, std::string_view words)

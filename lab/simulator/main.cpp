@@ -19,6 +19,7 @@
 #include "simulator/nodeq.h"
 #include "simulator/record.h"
 #include "simulator/send_queue.h"
+#include "simulator/slp.h"
 #include "simulator/snmp.h"
 #include "simulator/tcp.h"
 #include "simulator/text.h"
@@ -47,6 +48,7 @@ static udp_service services[] = {
     {"nodeq", AF_INET, NODEQ_PORT, nodeq_answer_request, {}},
     {"snmp", AF_INET, SNMP_PORT, snmp_answer_request, {}},
     {"snmp", AF_INET6, SNMP_PORT, snmp_answer_request, {}},
+    {"slp", AF_INET, SLP_PORT, slp_answer_request, {}},
 };
 
 static int read_arguments(int argc, char **argv, arguments &read)
@@ -74,7 +76,8 @@ static int read_arguments(int argc, char **argv, arguments &read)
 static int open_services(unsigned interface)
 {
     for (udp_service &service : services) {
-        if (udp_open(service.socket, service.family, service.port, interface) != 0) {
+        if (udp_open(service.socket, service.family, service.port, interface) != 0 ||
+            (service.port == SLP_PORT && slp_join(service.socket) != 0)) {
             fprintf(stderr, "simulator: UDP port %d: %s\n", service.port, strerror(errno));
             return -1;
         }
@@ -169,7 +172,8 @@ int main(int argc, char **argv)
     }
     raise_descriptor_limit();
     const descriptor end_signal(open_end_signal());
-    if (end_signal.fd < 0 || open_services(interface) != 0 || inquiry_listen(devices) != 0)
+    if (end_signal.fd < 0 || open_services(interface) != 0 || inquiry_listen(devices) != 0 ||
+        slp_listen(devices) != 0)
         return EXIT_BAD_START;
     if (given.ready_fd >= 0)
         dprintf(given.ready_fd, "ready\n");
