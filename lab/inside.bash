@@ -52,7 +52,7 @@ host_addresses()
         [[ $ipv6 == no ]] || ipv6_lines :9:1
         printf 'link set eth0 up\n'
         [[ $route == no ]] || printf 'route add default dev eth0\n'
-    } | "$ip" -batch - >/dev/null 2>&1 || fail $NO_NAMESPACES 'the host side of the network cannot be laid'
+    } | "$ip" -batch - >/dev/null 2>&1 || fail "$NO_NAMESPACES" 'the host side of the network cannot be laid'
     [[ $ipv6 == no ]] || wait_for_multicast_route
 }
 
@@ -64,7 +64,7 @@ wait_for_multicast_route()
         [[ $(</proc/net/ipv6_route) == *ff00000000000000*' eth0'* ]] && return
         read -r -t 0.005 -u "$idle"
     done
-    fail $NO_NAMESPACES 'the IPv6 multicast route does not come up'
+    fail "$NO_NAMESPACES" 'the IPv6 multicast route does not come up'
 }
 
 cover_tmp()
@@ -89,16 +89,16 @@ wait_for_stages() # MISSING
 {
     local missing=$1 word rest
     while ((missing > 0)); do
-        read -r -t 30 -u "$words" word rest || fail $BAD_USE 'the device side does not start'
+        read -r -t 30 -u "$words" word rest || fail "$BAD_USE" 'the device side does not start'
         case $word in
             laid)
                 host_addresses
                 ((missing--)) ;;
             ready) ((missing--)) ;;
             simulator) simulator_pid=$rest ;;
-            unlaid) fail $NO_NAMESPACES "the device side of the network cannot be laid${rest:+: $rest}" ;;
-            told) exit $BAD_USE ;;
-            *) fail $BAD_USE "${rest:-the device side} has ended early" ;;
+            unlaid) fail "$NO_NAMESPACES" "the device side of the network cannot be laid${rest:+: $rest}" ;;
+            told) exit "$BAD_USE" ;;
+            *) fail "$BAD_USE" "${rest:-the device side} has ended early" ;;
         esac
     done
 }
@@ -117,11 +117,11 @@ host_stage()
     exec {words}< <(exec unshare --net --mount "$self" "${arguments[@]}" </dev/null)
     wait_for_stages $missing
     if [[ -n $etc ]]; then
-        cover_etc 2>/dev/null || fail $BAD_USE "--etc: cannot lay $etc over /etc"
+        cover_etc 2>/dev/null || fail "$BAD_USE" "--etc: cannot lay $etc over /etc"
     fi
     # Last: it may hide the folder of --etc.
     if [[ -n $tmp ]]; then
-        cover_tmp 2>/dev/null || fail $BAD_USE "--tmp: cannot put $tmp in the place of /tmp"
+        cover_tmp 2>/dev/null || fail "$BAD_USE" "--tmp: cannot put $tmp in the place of /tmp"
     fi
 
     (exec "${command[@]}" {words}<&- {idle}<&-)
