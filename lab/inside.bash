@@ -105,7 +105,7 @@ wait_for_stages() # MISSING
 
 host_stage()
 {
-    local missing=1 status word simulator_pid='' words idle
+    local missing=1 status word simulator_pid='' words idle error
     [[ -z $fleet ]] || ((missing++))
     [[ $snmpd == no ]] || ((missing++))
     quiet_interfaces
@@ -124,8 +124,11 @@ host_stage()
         cover_tmp 2>/dev/null || fail "$BAD_USE" "--tmp: cannot put $tmp in the place of /tmp"
     fi
 
-    (exec "${command[@]}" {words}<&- {idle}<&-)
+    # The shell would report a command that a signal has ended: not on the caller's standard error.
+    exec {error}>&2
+    { (exec "${command[@]}" 2>&"$error" {error}>&- {words}<&- {idle}<&-); } 2>/dev/null
     status=$?
+    exec {error}>&-
 
     # The simulator writes down what has already arrived before it ends.
     if [[ -n $simulator_pid ]] && kill -TERM "$simulator_pid" 2>/dev/null; then
