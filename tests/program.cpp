@@ -53,10 +53,6 @@ void occupy_descriptors(int count)
     dup2(err, STDERR_FILENO);
     if (run.occupied_descriptors > 0)
         occupy_descriptors(run.occupied_descriptors);
-    if (run.closed_standard_streams) {
-        for (int fd = 0; fd <= STDERR_FILENO; ++fd)
-            close(fd);
-    }
     if (run.folder.empty() || chdir(run.folder.c_str()) == 0)
         execv(run.executable.empty() ? argv[0] : run.executable.c_str(), argv.data());
     _exit(126);
@@ -144,7 +140,6 @@ lab_result run_in_lab(const lab_setup &setup, const std::vector<std::string> &co
     run.words.insert(run.words.end(), setup.options.begin(), setup.options.end());
     run.words.emplace_back("--");
     run.words.insert(run.words.end(), command.begin(), command.end());
-    run.occupied_descriptors = setup.occupied_descriptors;
     lab_result result;
     result.program = run_program(run);
     if (std::filesystem::exists(record))

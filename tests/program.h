@@ -33,8 +33,6 @@ std::string sorted_devices(const std::string &report);
 struct lab_setup {
     std::string fleet;                ///< content of the fleet file
     std::vector<std::string> options; ///< further options of lab/lab
-    int occupied_descriptors = 0;
-    bool closed_standard_streams = false;
 };
 
 struct lab_result {

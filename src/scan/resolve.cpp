@@ -23,6 +23,9 @@ address_results resolve(const char *host, int family)
     struct addrinfo hints = {};
     hints.ai_family = family;
     hints.ai_socktype = SOCK_STREAM;
+    // No host name holds a ":": such a text is an address or nothing, and no name server is asked.
+    if (strchr(host, ':') != nullptr)
+        hints.ai_flags = AI_NUMERICHOST;
     struct addrinfo *results = nullptr;
     if (getaddrinfo(host, nullptr, &hints, &results) != 0)
         return nullptr;

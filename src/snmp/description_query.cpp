@@ -6,6 +6,7 @@
 #include "snmp/classify.h"
 #include "snmp/snmp_session.h"
 
+#include <arpa/inet.h>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -25,6 +26,31 @@ constexpr size_t FIELD_INDEX = 12;
 constexpr oid PRINTER_MIB_ARC = 43;
 constexpr oid DEVICE_ARC = 40981;
 constexpr oid MODEL_NAME_FIELD = 1;
+
+/// Whether a text with ":" is an IPv6 address, with or without a zone. No host name holds a ":",
+/// so any other such text would only be carried to the name servers in vain.
+bool is_ipv6_literal(const char *ip)
+{
+    char address[INET6_ADDRSTRLEN];
+    struct in6_addr parsed = {};
+    const size_t length = strcspn(ip, "%");
+    safe_strncpy(address, ip, length < sizeof address ? length + 1 : sizeof address);
+    return length < sizeof address && inet_pton(AF_INET6, address, &parsed) > 0;
+}
+
+/// Opens the session for a device; nullptr where that cannot be (`errno`).
+netsnmp_session *open_device_session(getdesc_answers *answers, const char *ip)
+{
+    if (strchr(ip, ':') == nullptr)
+        return snmp_open_session(ip, false, on_snmp_response, answers);
+    if (!is_ipv6_literal(ip)) {
+        errno = EINVAL;
+        return nullptr;
+    }
+    char peer[PEER_NAME_SIZE];
+    snprintf(peer, sizeof peer, "udp6:[%s]", ip);
+    return snmp_open_session(peer, true, on_snmp_response, answers);
+}
 
 void clear_answers(getdesc_answers *answers)
 {
@@ -108,11 +134,7 @@ void getdesc_query(getdesc_answers *answers, const char *ip, const char *first_o
                    const char *second_oid, const char *third_oid)
 {
     clear_answers(answers);
-    const bool ipv6 = strchr(ip, ':') != nullptr;
-    char ipv6_peer[PEER_NAME_SIZE];
-    snprintf(ipv6_peer, sizeof ipv6_peer, "udp6:[%s]", ip);
-    const snmp_session_owner owner(
-        snmp_open_session(ipv6 ? ipv6_peer : ip, ipv6, on_snmp_response, answers));
+    const snmp_session_owner owner(open_device_session(answers, ip));
     if (owner.session == nullptr) {
         printf("# ERROR: snmp_open failed [getdesc], %s\n", strerror(errno));
         return;

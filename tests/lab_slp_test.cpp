@@ -1,0 +1,166 @@
+// The SLP method of the built program in the lab network.
+#include "program.h"
+#include "scratch.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace
+{
+
+constexpr char OTHER_NUMBERS[] = " snmp: 0,0,0 vendor:  dsc: \"\"\n";
+
+std::string announced(const std::string &ip, const std::string &slp)
+{
+    std::string padded = ip;
+    padded.resize(15, ' ');
+    return "ip: " + padded + " slp: " + slp + OTHER_NUMBERS;
+}
+
+/// The SLP requests of a record: destination, a blank and the bytes.
+std::vector<std::pair<std::string, std::string>> slp_requests(const std::string &record,
+                                                              const std::string &protocol)
+{
+    std::vector<std::pair<std::string, std::string>> found;
+    std::istringstream lines(record);
+    std::string time;
+    std::string word;
+    std::string source;
+    std::string arrow;
+    std::string destination;
+    size_t length = 0;
+    std::string hex;
+    while (lines >> time >> word >> source >> arrow >> destination >> length >> hex) {
+        std::string bytes;
+        for (size_t i = 0; i + 1 < hex.size(); i += 2)
+            bytes += static_cast<char>(std::stoi(hex.substr(i, 2), nullptr, 16));
+        if (word == protocol)
+            found.emplace_back(destination, bytes);
+    }
+    return found;
+}
+
+/// A string of a request: two bytes of length, then the text. Advances `offset` behind it.
+std::string wire_text(const std::string &bytes, size_t *offset)
+{
+    const size_t length = static_cast<size_t>(static_cast<unsigned char>(bytes.at(*offset))) << 8 |
+                          static_cast<unsigned char>(bytes.at(*offset + 1));
+    const std::string text = bytes.substr(*offset + 2, length);
+    *offset += 2 + length;
+    return text;
+}
+
+} // namespace
+
+TEST(LabSlp, ListsAnnouncedPrintersWithTheirProtocols)
+{
+    const lab_setup lab = {
+        "device 10.9.1.1 slp.url=\"service:printer:lpr://%a:515/queue\"\n"
+        "device 10.9.1.2 slp.url=\"service:printer:ipp://%a/ipp\"\n"
+        "device 10.9.1.3 slp.url=\"service:printer:raw-tcp://%a:9100\" "
+        "slp.url=\"service:printer:ipp://%a:631/ipp\" slp.repeat=2\n"
+        "device 10.9.1.4 slp.url=\"service:printer:socket://%a:9100\" slp.delay=600\n"
+        "device 10.9.1.5 slp.url=\"service:scanner:ipp://%a\" slp.url=\"service:printer:lpr:%a\"\n"
+        "device 10.9.1.6 slp.url=\"service:printer:ipps://a-host-of-many-characters/\"\n"
+        "device 10.9.1.7 slp.url=\"service:printer:lpr://%a\" slp.scopes=other\n"
+        "device 10.9.1.8 slp.url=\"service:printer:lpr://%a\" slp.lie=auth\n"
+        "device 10.9.1.9 slp.url=\"service:printer:lpr://%a\" slp.url=\"service:printer:lpr://x\" "
+        "slp.lie=url-length\n"
+        "device 10.9.1.10 slp.url=\"service:printer:lpr://%a\" slp.lie=xid\n"
+        "device 10.9.1.11 slp.url=\"service:printer:lpr://%a\" slp.lie=error\n"
+        "device 10.9.1.12 slp.url=\"service:printer:lpr://%a\" slp.lie=version\n"
+        "device 10.9.1.13 slp.raw=02020000\n"
+        "device 10.9.1.1 id=\"MFG:Taliven;MDL:QD-1;CLS:PRINTER\"\n",
+        {}};
+    lab_setup without_twin = lab;
+    without_twin.fleet.erase(without_twin.fleet.rfind("device 10.9.1.1 id"));
+    const lab_result child = devscout_in_lab(without_twin, {"-s", "--slp"});
+    SKIP_NO_LAB(child);
+    const std::string expected =
+        announced("10.9.1.1", "1,0,1,0") + announced("10.9.1.2", "1,1,0,0") +
+        announced("10.9.1.3", "1,1,0,1") + announced("10.9.1.4", "0,0,0,0") +
+        announced("10.9.1.8", "1,0,1,0") + announced("10.9.1.9", "1,0,1,0") +
+        announced("a-host-of-many-", "1,1,0,0");
+    EXPECT_EQ(sorted_devices(child.program.out), expected);
+    EXPECT_EQ(child.program.err, "");
+
+    const lab_result parent = devscout_in_lab(without_twin, {});
+    EXPECT_EQ(sorted_devices(parent.program.out), expected);
+}
+
+TEST(LabSlp, SendsRequestsThatAnAgentAccepts)
+{
+    const lab_result result = devscout_in_lab(
+        {"device 10.9.1.1 slp.url=\"service:printer:lpr://%a\"\n", {}}, {"-s", "--slp"});
+    SKIP_NO_LAB(result);
+    const auto sent = slp_requests(result.record, "slp");
+    const struct {
+        const char *type;
+        const char *responders;
+    } expected[] = {
+        {"service:directory-agent", ""},
+        {"service:directory-agent", ""},
+        {"service:printer", ""},
+        {"service:printer", "10.9.1.1"},
+    };
+    ASSERT_EQ(sent.size(), std::size(expected));
+    for (size_t i = 0; i < sent.size(); ++i) {
+        const std::string &bytes = sent[i].second;
+        EXPECT_EQ(sent[i].first, "239.255.255.253:427");
+        EXPECT_EQ(bytes.substr(0, 10),
+                  std::string({2, 1, 0, 0, static_cast<char>(bytes.size()), 0x20, 0, 0, 0, 0}))
+            << "version, function, length, request-multicast flag, no extension";
+        EXPECT_EQ(bytes.substr(10, 2), sent[i / 2 * 2].second.substr(10, 2)) << "one XID a search";
+        size_t offset = 12;
+        EXPECT_EQ(wire_text(bytes, &offset), "en");
+        EXPECT_EQ(wire_text(bytes, &offset), expected[i].responders);
+        EXPECT_EQ(wire_text(bytes, &offset), expected[i].type);
+        EXPECT_EQ(wire_text(bytes, &offset), "default");
+        EXPECT_EQ(wire_text(bytes, &offset), "") << "no predicate";
+        EXPECT_EQ(wire_text(bytes, &offset), "") << "no security parameter index";
+        EXPECT_EQ(offset, bytes.size());
+    }
+}
+
+TEST(LabSlp, AsksDirectoryAgents)
+{
+    const std::string registered = "device 10.9.1.1 slp.da.url=\"service:printer:lpr://%a\"\n"
+                                   "device 10.9.1.2 slp.url=\"service:printer:ipp://%a\"\n";
+    const struct {
+        const char *agent;
+        const char *configuration;
+        std::string listed;
+        bool multicast; ///< whether the services are searched by multicast
+        bool tcp;
+    } cases[] = {
+        {"slp.da slp.da.hidden", "net.slp.DAAddresses = 10.9.0.50\n",
+         announced("10.9.1.1", "1,0,1,0"), false, false},
+        {"slp.da", "", announced("10.9.1.1", "1,0,1,0"), false, false},
+        {"slp.da slp.da.overflow", "", announced("10.9.1.1", "1,0,1,0"), false, true},
+        {"slp.da slp.da.error=2", "", announced("10.9.1.2", "1,1,0,0"), true, false},
+        {"slp.da", "net.slp.activeDADetection = false\n", announced("10.9.1.2", "1,1,0,0"), true,
+         false},
+        {"slp.da slp.scopes=other", "", announced("10.9.1.2", "1,1,0,0"), true, false},
+    };
+    for (const auto &c : cases) {
+        const scratch_folder etc;
+        etc.write("slp.conf", std::string("# for the test\n") + c.configuration);
+        const lab_result result = devscout_in_lab(
+            {registered + "device 10.9.0.50 " + c.agent + "\n", {"--etc", etc.path.string()}},
+            {"-s", "--slp"});
+        SKIP_NO_LAB(result);
+        EXPECT_EQ(sorted_devices(result.program.out), c.listed) << c.agent << c.configuration;
+        bool multicast = false;
+        for (const auto &request : slp_requests(result.record, "slp")) {
+            const bool searched = request.second.find("service:printer") != std::string::npos;
+            multicast = multicast || (searched && request.first == "239.255.255.253:427");
+            const bool configured =
+                std::string(c.configuration).find("DAAddr") != std::string::npos;
+            EXPECT_TRUE(!configured || request.first == "10.9.0.50:427") << request.first;
+        }
+        EXPECT_EQ(multicast, c.multicast) << c.agent << c.configuration;
+        EXPECT_EQ(!slp_requests(result.record, "slp-tcp").empty(), c.tcp) << c.agent;
+    }
+}

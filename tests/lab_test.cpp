@@ -1,0 +1,352 @@
+// The built program in the lab network: what it finds, prints and sends.
+#include "program.h"
+#include "scratch.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace
+{
+
+std::string device(const std::string &ip, const std::string &rest)
+{
+    std::string padded = ip;
+    padded.resize(std::max<size_t>(ip.size(), 15), ' ');
+    return "ip: " + padded + " slp: " + rest + "\n";
+}
+
+std::string described(const std::string &ip, const std::string &dsc)
+{
+    return device(ip, "0,0,0,0 snmp: 0,0,0 vendor:  dsc: \"" + dsc + "\"");
+}
+
+/// The requests of one protocol as "DESTINATION LENGTH HEX" lines.
+std::string requests(const std::string &record, const std::string &protocol)
+{
+    std::string found;
+    std::istringstream lines(record);
+    std::string time;
+    std::string word;
+    std::string source;
+    std::string arrow;
+    std::string rest;
+    while (lines >> time >> word >> source >> arrow && std::getline(lines, rest)) {
+        if (word == protocol)
+            found += rest.substr(1) + "\n";
+    }
+    return found;
+}
+
+constexpr char OFFICE[] =
+    "device 10.9.1.1 id=\"MFG:Taliven;MDL:QD-77 Series;CLS:PRINTER;\" nodeq.a=LOBBY\n"
+    "device 10.9.1.2 id=\"MFG:Orvel Ltd;CLS:PRINTER;\" query.id=\"MFG:Orvel Ltd;MDL:B5;\" "
+    "nodeq.a=HALL\n"
+    "device 10.9.1.3 id=\"MFG:Ramo;CLS:PRINTER\" query.id.absent model=\"4702d\" mib=\"\"\n"
+    "device 10.9.1.4 nodeq.a=ARCHIVE nodeq.b=\"line\\nip: 10.9.9.9\"\n"
+    "device 10.9.1.5 id=\"MFG:Quilla;MDL:Q;CLS:PRINTER;\" tcp=never\n"
+    "device - id6=::5:1 id=\"MFG:Pemberk;CLS:PRINTER;\" query.id=\"\" model=\"Folio\"\n"
+    "device 10.9.1.6 id=\"MFG:Ramo;MDL:S6;CLS:PRINTER,SCN;\" scan=whole\n"
+    "device 10.9.1.7 id=\"MFG:Ramo;MDL:S7;CLS:PRINTER,SCN;\" scan=foreign\n"
+    "device 10.9.1.8 slp.url=\"service:printer:lpr://%a:515/q\" "
+    "slp.url=\"service:printer:ipp://%a\"\n"
+    "device 10.9.1.9 id=\"MFG:Taliven;MDL:Disk;CLS:STORAGE;\"\n";
+
+} // namespace
+
+TEST(Lab, ListsEveryShapeOfNodeqAnswer)
+{
+    const lab_setup lab = {"device 10.9.1.1 nodeq.a=ABC nodeq.b=XYZ nodeq.repeat=3\n"
+                           "device 10.9.1.2 nodeq.b=XYZ\n"
+                           "device 10.9.1.3 nodeq.a=ABC nodeq.b=abcdefghijklmnopqrst\n"
+                           "device 10.9.1.4 nodeq\n"
+                           "device 10.9.1.5 nodeq.a=ABC nodeq.length=3\n"
+                           "device 10.9.1.6 nodeq.a=ABC nodeq.b=XYZ nodeq.length=300\n"
+                           "device 10.9.1.7 nodeq.a=ABC nodeq.length=0\n"
+                           "device 10.9.1.8 nodeq.first.a=FIRST nodeq.a=LATER nodeq.b=info\n"
+                           "device 10.9.1.9 nodeq.a=\"\\x1b[2J\\n#\" nodeq.delay=300\n"
+                           "device 10.9.1.10 nodeq.hex=41414141414141424242\n"
+                           "device 10.9.1.11\n",
+                           {}};
+    const lab_result child = devscout_in_lab(lab, {"-s", "--nodeq"});
+    SKIP_NO_LAB(child);
+    const std::string expected =
+        described("10.9.1.1", "#[ABC] XYZ") + described("10.9.1.10", "#[BBB]") +
+        described("10.9.1.2", "#XYZ") + described("10.9.1.3", "#[ABC] abcdefghijklmnopqrs") +
+        described("10.9.1.4", "") + described("10.9.1.5", "") +
+        described("10.9.1.6", "#[ABC] XYZ") + described("10.9.1.8", "#[FIRST] info") +
+        described("10.9.1.9", "#[ [2J #]");
+    EXPECT_EQ(sorted_devices(child.program.out), expected);
+    const std::string request =
+        "255.255.255.255:6000 65 030000f0afffff" + std::string(116, '0') + "\n";
+    EXPECT_EQ(requests(child.record, "nodeq"), request + request);
+
+    const lab_result parent = devscout_in_lab(lab, {"--nodeq"});
+    std::string blank = expected;
+    for (size_t mark; (mark = blank.find("\"#")) != std::string::npos;)
+        blank[mark + 1] = ' ';
+    EXPECT_EQ(sorted_devices(parent.program.out), blank);
+}
+
+TEST(Lab, ListsNothingOnASilentNetwork)
+{
+    const lab_result result = devscout_in_lab({"device 10.9.1.1\n", {}}, {"-s", "--nodeq"});
+    SKIP_NO_LAB(result);
+    EXPECT_EQ(line_count(result.program.out, "# Total 0 printers found, "), 1U);
+    EXPECT_EQ(line_count(result.program.out, "ip: "), 0U);
+    EXPECT_EQ(result.record.find("nodeq"), result.record.find(' ') + 1);
+}
+
+TEST(Lab, ReportsTheWholeOffice)
+{
+    const lab_result result = devscout_in_lab({OFFICE, {"--snmpd"}}, {});
+    SKIP_NO_LAB(result);
+    EXPECT_EQ(result.program.status, 0);
+    EXPECT_EQ(
+        sorted_devices(result.program.out),
+        device("10.9.0.161", "0,0,0,0 snmp: 0,0,0 vendor: Taliven dsc: \"QD-77 Series\"") +
+            device("10.9.1.1",
+                   "0,0,0,0 snmp: 0,0,0 vendor: Taliven dsc: \"QD-77 Series [LOBBY]\"") +
+            device("10.9.1.2", "0,0,0,0 snmp: 0,0,0 vendor: Orvel dsc: \"Orvel B5 [HALL]\"") +
+            device("10.9.1.3", "0,0,0,0 snmp: 0,0,0 vendor: Ramo dsc: \"RAMO 4702d\"") +
+            device("10.9.1.4",
+                   "0,0,0,0 snmp: 0,0,0 vendor:  dsc: \" [ARCHIVE] line ip: 10.9.9.9\"") +
+            device("10.9.1.6", "0,0,0,0 snmp: 1,1,0 vendor: Ramo dsc: \"S6\"") +
+            device("10.9.1.7", "0,0,0,0 snmp: 1,1,0 vendor: Ramo dsc: \"S7\"") +
+            device("10.9.1.8", "1,1,1,0 snmp: 0,0,0 vendor:  dsc: \"\"") +
+            device("2001:db8:9::161", "0,0,0,0 snmp: 0,0,0 vendor: Taliven dsc: \"QD-77 Series\"") +
+            device("2001:db8:9::5:1", "0,0,0,0 snmp: 0,0,0 vendor: Pemberk dsc: \" Folio\"") +
+            device("fd00:9::161", "0,0,0,0 snmp: 0,0,0 vendor: Taliven dsc: \"QD-77 Series\"") +
+            device("fd00:9::5:1", "0,0,0,0 snmp: 0,0,0 vendor: Pemberk dsc: \" Folio\""));
+    EXPECT_EQ(line_count(result.program.out, "# Total 12 printers found, "), 1U);
+}
+
+TEST(Lab, ListsOnlyScannersThatReturnTheirBlock)
+{
+    const lab_result result = devscout_in_lab({OFFICE, {}}, {"--scanner", "--snmp"});
+    SKIP_NO_LAB(result);
+    EXPECT_EQ(lines_with(result.program.out, "ip: "),
+              device("10.9.1.6", "0,0,0,0 snmp: 1,1,0 vendor: Ramo dsc: \"S6\""));
+    EXPECT_NE(
+        result.program.out.find("\"S6\"\na8 01 02 03 04 05 06 07 08 09 0a 0b 0c 0d 0e 0f\n10 "),
+        std::string::npos);
+    EXPECT_NE(result.program.out.find("\n40 41 42 43 44 45\n# Total 1 scanners found, "),
+              std::string::npos);
+}
+
+TEST(Lab, InquiresScannersOfEveryShape)
+{
+    std::string fleet = "device 10.9.1.20 tcp=never\ndevice 10.9.1.21\n";
+    const struct {
+        const char *scan;
+        bool found;
+    } shapes[] = {{"whole", true},   {"long", true},           {"split", false},
+                  {"short", false},  {"foreign", false},       {"late", false},
+                  {"silent", false}, {"closed-at-once", false}};
+    std::string script;
+    std::string expected;
+    int number = 0;
+    const auto inquire = [&](const std::string &ip, bool found) {
+        script += "$0 -I " + ip + " | grep -c '^a8 01 02'; ";
+        expected += found ? "1\n" : "0\n";
+    };
+    for (const auto &shape : shapes) {
+        ++number;
+        fleet += "device 10.9.1." + std::to_string(number) + " id6=::a:" + std::to_string(number) +
+                 " scan=" + shape.scan + "\n";
+        inquire("10.9.1." + std::to_string(number), shape.found);
+    }
+    inquire("2001:db8:9::a:1", true);
+    for (const char *nobody : {"fe80::a:1", "10.9.1.20", "10.9.1.21", "'no name'", "''", "::x"})
+        inquire(nobody, false);
+    const lab_result result =
+        run_in_lab({fleet, {}}, {"/bin/bash", "-c",
+                                 script + "$0 -I 10.9.1.1 >/dev/null; echo $?; "
+                                          "$0 -I 10.9.1.5 | tail -n 1; echo ${PIPESTATUS[0]}",
+                                 DEVSCOUT_PROGRAM});
+    SKIP_NO_LAB(result);
+    EXPECT_EQ(result.program.out, expected + "0\n# Mode scanner_inquiry\n1\n");
+    EXPECT_NE(requests(result.record, "inquiry").find("10.9.1.1:9400 4 1ba81200\n"),
+              std::string::npos);
+}
+
+TEST(Lab, DescribesSingleDevices)
+{
+    const std::string fleet =
+        "device 10.9.1.1 id=\"MFG:Taliven Electronics;MDL:QD-X7 Series;\"\n"
+        "device 10.9.1.2 id=\"\" model=\"QD-X7\" mib=\"Taliven Electronics\"\n"
+        "device 10.9.1.3 id=\"no keys\" model=\"QD-X7\"\n"
+        "device 10.9.1.4 model=\"PNE-X1\"\n"
+        "device 10.9.1.5 model=\"" +
+        std::string(62, 'm') +
+        "\" mib=\"Acme\"\n"
+        "device 10.9.1.6 id=\"MFG:Acme;MDL:early;\" snmp.then=\"MFG:Acme;MDL:late;\"\n"
+        "device 10.9.1.7 id=\"MFG:Acme;MDL:x;\" snmp.error=5\n"
+        "device 10.9.1.8 id=\"MFG:Acme;MDL:a\\nip: b;\"\n"
+        "device 10.9.1.9 tcp=never\n"
+        "device 10.9.1.10 id=\"MFG:Acme;MDL:b\" id.fill=600\n"
+        "device - id6=::5:1 model=\"Brightmoor 3\"\n";
+    const struct {
+        const char *ip;
+        std::string line; ///< empty: no line
+    } cases[] = {
+        {"10.9.1.1", "ip: 10.9.1.1        dsc: \"Taliven QD-X7\"\n"},
+        {"10.9.1.2", "ip: 10.9.1.2        dsc: \"Taliven QD-X7\"\n"},
+        {"10.9.1.3", ""},
+        {"10.9.1.4", "ip: 10.9.1.4        dsc: \"Taliven PNE-X1\"\n"},
+        {"10.9.1.5", "ip: 10.9.1.5        dsc: \"Acme " + std::string(62, 'm') + "\"\n"},
+        {"10.9.1.6", "ip: 10.9.1.6        dsc: \"Acme late\"\n"},
+        {"10.9.1.7", ""},
+        {"10.9.1.8", "ip: 10.9.1.8        dsc: \"Acme a ip: b\"\n"},
+        {"10.9.1.9", "ip: 10.9.1.9         dsc: \" \" ERROR: Destination unreachable\n"},
+        {"10.9.1.10", "ip: 10.9.1.10       dsc: \"Acme b" + std::string(89, 'x') + "\"\n"},
+        {"10.9.0.161", "ip: 10.9.0.161      dsc: \"Taliven QD-77\"\n"},
+        {"fd00:9::5:1", "ip: fd00:9::5:1     dsc: \"Orvel Brightmoor 3\"\n"},
+        {"10.9.0.1", ""},
+        {"no.such.host.invalid",
+         "ip: no.such.host.invalid  dsc: \" \" ERROR: Destination unreachable\n"},
+        {"fd00:9::x", ""},
+    };
+    std::string script;
+    std::string expected;
+    for (const auto &c : cases) {
+        script += std::string("$0 -R ") + c.ip + "; echo $?; ";
+        expected += c.line + "0\n";
+    }
+    const lab_result result = run_in_lab(
+        {fleet, {"--snmpd"}},
+        {"/bin/bash", "-c", "(" + script + ") | grep '^ip: \\|^[0-9]'", DEVSCOUT_PROGRAM});
+    SKIP_NO_LAB(result);
+    EXPECT_EQ(result.program.out, expected);
+}
+
+TEST(Lab, PassesOverBrokenSnmpAnswers)
+{
+    const lab_setup lab = {
+        "device 10.9.1.1 snmp.raw=ffff0102\n"
+        "device 10.9.1.2 id=\"MFG:A;CLS:PRINTER\" snmp.reqid=wrong\n"
+        "device 10.9.1.3 id=\"MFG:A;CLS:PRINTER\" snmp.error=5\n"
+        "device 10.9.1.4 id.int=42\n"
+        "device 10.9.1.5 id=\"\"\n"
+        "device 10.9.1.6 id=\"MFG:A;CLS:PRINTER\" snmp.community=other\n"
+        "device 10.9.1.7 id=\"CLS:PRINTER\"\n"
+        "device 10.9.1.8 id=\"CLS:PRINTER;MFG:Big;MDL:m\" id.fill=60000\n"
+        "device 10.9.1.9 id=\"CLS:PRINTER;MFG:A;MDL:\\\"q\\\";\" snmp.repeat=2 snmp.delay=500\n"
+        "device 10.9.1.10 id=\"CLS:PRINTER;MFG:A;MDL:early;\" snmp.then=\"PRINTER MFG:late\"\n"
+        "device 10.9.1.11 id=\"CLS:PRINTER;MFG:A;MDL:last\"\n",
+        {}};
+    const lab_result result = devscout_in_lab(lab, {"-s", "--snmp"});
+    SKIP_NO_LAB(result);
+    const auto printer = [](const std::string &ip, const std::string &rest) {
+        return device(ip, "0,0,0,0 snmp: 0,0,0 vendor: " + rest);
+    };
+    EXPECT_EQ(sorted_devices(result.program.out),
+              printer("10.9.1.10", "late dsc: \"\"") + printer("10.9.1.11", "A dsc: \"last\"") +
+                  printer("10.9.1.8", "Big dsc: \"m" + std::string(94, 'x') + "\"") +
+                  printer("10.9.1.9", "A dsc: \"\\\"q\\\"\""));
+}
+
+TEST(Lab, CarriesOnWithoutRouteOrIpv6)
+{
+    const lab_result without_route =
+        devscout_in_lab({OFFICE, {"--no-route"}}, {"-s", "--snmp", "--nodeq", "--snmp6"});
+    SKIP_NO_LAB(without_route);
+    const std::string &out = without_route.program.out;
+    EXPECT_EQ(line_count(out, "ERROR: nodeq detection failed: Network is unreachable"), 1U) << out;
+    EXPECT_EQ(line_count(out, "# ERROR: snmp_send failed, Network is unreachable"), 1U) << out;
+    EXPECT_EQ(line_count(out, "ip: 2001:db8:9::5:1 "), 1U) << out;
+
+    const lab_result without_ipv6 =
+        devscout_in_lab({OFFICE, {"--no-ipv6"}}, {"-s", "--snmp6", "--nodeq"});
+    EXPECT_EQ(line_count(without_ipv6.program.out, "# ERROR: snmp_"), 1U)
+        << without_ipv6.program.out;
+    EXPECT_EQ(line_count(without_ipv6.program.out, "ip: 10.9.1."), 3U);
+}
+
+TEST(Lab, LogsOnlyWhereItIsAsked)
+{
+    const scratch_folder tmp;
+    const lab_setup lab = {"device 10.9.1.1 id=\"MFG:A;MDL:m;CLS:PRINTER\"\n",
+                           {"--tmp", tmp.path.string()}};
+    const auto names = [&] {
+        std::string found;
+        for (const auto &entry : std::filesystem::directory_iterator(tmp.path)) {
+            if (entry.path().extension() == ".log")
+                found += entry.path().filename().string() + " ";
+        }
+        return found;
+    };
+    SKIP_NO_LAB(devscout_in_lab(lab, {"--snmp"}));
+    EXPECT_EQ(names(), "");
+    tmp.write("devscout.lcf", "");
+    tmp.write("devscout_snmp6.lcf", "LOG_LEVEL=0\n");
+    devscout_in_lab(lab, {"-c", "it's", "--snmp", "--snmp6"});
+    EXPECT_EQ(names(), "devscout.log ");
+    const std::string log = content_of(tmp.path / "devscout.log");
+    EXPECT_EQ(lines_with(log, "TRACE: "), "TRACE: run_child_process <snmp>\nTRACE: run: <" +
+                                              std::string(DEVSCOUT_PROGRAM) +
+                                              " -c 'it'\\''s' -s --snmp>\n"
+                                              "TRACE: run_child_process <snmp6>\nTRACE: run: <" +
+                                              DEVSCOUT_PROGRAM + " -c 'it'\\''s' -s --snmp6>\n");
+    EXPECT_EQ(line_count(log, "INFO: 20"), 2U);
+
+    tmp.write("devscout_snmp.lcf", "APPEND_MODE=1\n");
+    tmp.write("devscout_snmp.log", "before\n");
+    devscout_in_lab(lab, {"-s", "--snmp"});
+    const std::string trace = content_of(tmp.path / "devscout_snmp.log");
+    EXPECT_EQ(trace.rfind("before\nINFO: 20", 0), 0U);
+    for (const char *step : {":discover_using_netsnmp\n", ":snmp_send\n", ":snmp_read\n",
+                             "\tvar: type=4 len=23 val=<MFG:A;MDL:m;CLS:PRINTER>\n",
+                             ":response_count=1\n", ":snmp_timeout\n"})
+        EXPECT_NE(trace.find(step), std::string::npos) << step;
+
+    std::filesystem::remove(tmp.path / "devscout.log");
+    std::filesystem::create_directory(tmp.path / "devscout.log");
+    const lab_result refused = devscout_in_lab(lab, {"--snmp"});
+    EXPECT_EQ(refused.program.err, "/tmp/devscout.log file open error\n");
+    EXPECT_EQ(line_count(refused.program.out, "ip: 10.9.1.1 "), 1U);
+}
+
+TEST(Lab, ReadsNoMibFileWhateverTheHostIsConfiguredTo)
+{
+    const scratch_folder etc;
+    etc.write("snmp/snmp.conf", "mibs +ALL\nmibdirs /usr/share/snmp/mibs:/etc\n");
+    const lab_result result = run_in_lab(
+        {"device 10.9.1.1 id=\"MFG:A;MDL:m;CLS:PRINTER\"\n", {"--etc", etc.path.string()}},
+        {"/bin/bash", "-c",
+         "ASAN_OPTIONS=detect_leaks=0 strace -f -e trace=open,openat $0 -s --snmp 2>&1 | "
+         "grep -E 'mibs|MIB|^ip:|snmp.conf'",
+         DEVSCOUT_PROGRAM});
+    SKIP_NO_LAB(result);
+    EXPECT_NE(result.program.out.find("/etc/snmp/snmp.conf"), std::string::npos);
+    EXPECT_EQ(result.program.out.find("mibs"), std::string::npos) << result.program.out;
+    EXPECT_EQ(line_count(result.program.out, "ip: 10.9.1.1 "), 1U) << result.program.out;
+}
+
+TEST(Lab, WorksWithDescriptorsOfAnyNumberAndWithoutStandardStreams)
+{
+    const lab_result result = run_in_lab(
+        {OFFICE, {}},
+        {"/bin/bash", "-c",
+         "ulimit -n 4096; for i in $(seq 3 1200); do eval \"exec $i</dev/null\"; done; exec $0",
+         DEVSCOUT_PROGRAM});
+    SKIP_NO_LAB(result);
+    EXPECT_EQ(line_count(result.program.out, "# Total 9 printers found, "), 1U)
+        << result.program.out << result.program.err;
+
+    const lab_result closed = run_in_lab(
+        {OFFICE, {}}, {"/bin/bash", "-c", "$0 -s --nodeq >&- 2>&- <&-; echo $?", DEVSCOUT_PROGRAM});
+    EXPECT_EQ(closed.program.out, "0\n");
+    EXPECT_EQ(line_count(requests(closed.record, "nodeq"), "255.255.255.255:6000 65 "), 2U);
+}
+
+TEST(Lab, ListsAThousandPrintersOfOneBurst)
+{
+    const lab_result result = devscout_in_lab(
+        {"device 10.9.4.1 count=1000 id=\"MFG:Taliven;MDL:QD-%n;CLS:PRINTER;\"\n", {}},
+        {"-s", "--snmp"});
+    SKIP_NO_LAB(result);
+    EXPECT_EQ(line_count(result.program.out, "# Total 1000 printers found, "), 1U);
+    EXPECT_EQ(line_count(result.program.out, "ip: 10.9.7.232 "), 1U);
+}
