@@ -214,8 +214,10 @@ TEST(Lab, DescribesSingleDevices)
         script += std::string("$0 -R ") + c.ip + "; echo $?; ";
         expected += c.line + "0\n";
     }
+    const scratch_folder etc;
+    etc.write("resolv.conf", "nameserver 127.0.0.1\n"); // refuses at once
     const lab_result result = run_in_lab(
-        {fleet, {"--snmpd"}},
+        {fleet, {"--snmpd", "--etc", etc.path.string()}},
         {"/bin/bash", "-c", "(" + script + ") | grep '^ip: \\|^[0-9]'", DEVSCOUT_PROGRAM});
     SKIP_NO_LAB(result);
     EXPECT_EQ(result.program.out, expected);
