@@ -1,4 +1,4 @@
-// Writes the seeds of the SLP fuzz targets below the folder given.
+// Writes the seeds of the fuzz target of SLP replies into the folder given.
 #include "slp_encoder.h"
 
 #include <cstdio>
@@ -6,19 +6,6 @@
 
 namespace
 {
-
-int write_seeds(const std::string &folder, const std::vector<std::string> &seeds)
-{
-    for (size_t i = 0; i < seeds.size(); ++i) {
-        std::ofstream file(folder + "/seed" + std::to_string(i), std::ios::binary);
-        file << seeds[i];
-        if (!file.flush()) {
-            fprintf(stderr, "%s: a seed cannot be written\n", folder.c_str());
-            return 1;
-        }
-    }
-    return 0;
-}
 
 std::vector<std::string> message_seeds()
 {
@@ -44,18 +31,6 @@ std::vector<std::string> message_seeds()
     };
 }
 
-std::vector<std::string> properties_seeds()
-{
-    return {
-        "# a comment\n; another\nnet.slp.useScopes = default, lab\r\nnet.slp.MTU = 1400\n",
-        "net.slp.DAAddresses = 10.0.0.9,da.example\nnet.slp.activeDADetection = false\n",
-        "net.slp.DADiscoveryMaximumWait = 2000\nnet.slp.multicastMaximumWait = 5000\n",
-        "net.slp.DADiscoveryTimeouts = 500,750\nnet.slp.multicastTimeouts = 500,750,1000\n",
-        "net.slp.multicastTTL = 8\nnet.slp.interfaces = 10.0.0.1\nnet.slp.maxResults = -1\n",
-        "net.slp.isBroadcastOnly = true",
-    };
-}
-
 } // namespace
 
 int main(int argc, char **argv)
@@ -64,7 +39,14 @@ int main(int argc, char **argv)
         fprintf(stderr, "usage: %s FOLDER\n", argv[0]);
         return 2;
     }
-    const std::string folder = argv[1];
-    return write_seeds(folder + "/slp_reply_fuzz", message_seeds()) |
-           write_seeds(folder + "/slp_properties_fuzz", properties_seeds());
+    int number = 0;
+    for (const std::string &seed : message_seeds()) {
+        std::ofstream file(std::string(argv[1]) + "/seed" + std::to_string(number++));
+        file << seed;
+        if (!file.flush()) {
+            fprintf(stderr, "%s: a seed cannot be written\n", argv[1]);
+            return 1;
+        }
+    }
+    return 0;
 }

@@ -85,13 +85,13 @@ inline std::string wire_entries(const std::vector<std::string> &entries, int cou
 /// A faultless reply with the given URLs.
 inline std::string wire_reply(const std::vector<std::string> &urls, int xid, int flags = 0)
 {
-    std::vector<std::string> entries;
+    std::string body = wire_entries({}, static_cast<int>(urls.size()));
     for (const std::string &url : urls)
-        entries.push_back(wire_url(url));
+        body += wire_url(url);
     wire_header header;
     header.xid = xid;
     header.flags = flags;
-    return wire_message(header, wire_entries(entries));
+    return wire_message(header, body);
 }
 
 /// A reply that holds nothing but an error code.

@@ -30,10 +30,10 @@ std::vector<std::string> urls_of(const slp_service_reply &reply)
     return urls;
 }
 
-wire_header header_with(void (*change)(wire_header *header))
+wire_header lying(int wire_header::*field, int value)
 {
     wire_header header;
-    change(&header);
+    header.*field = value;
     return header;
 }
 
@@ -77,21 +77,15 @@ TEST(SlpMessage, RefusesWhatIsNoReplyToTheRequest)
     } cases[] = {
         {"empty", "", SLP_REFUSED_HEADER},
         {"one byte short of a header", wire_message({}, "").substr(0, 13), SLP_REFUSED_HEADER},
-        {"version 1", wire_message(header_with([](wire_header *h) { h->version = 1; }), BODY),
+        {"version 1", wire_message(lying(&wire_header::version, 1), BODY), SLP_REFUSED_HEADER},
+        {"length 0", wire_message(lying(&wire_header::length, 0), BODY), SLP_REFUSED_HEADER},
+        {"length ends in the header", wire_message(lying(&wire_header::length, 13), BODY),
          SLP_REFUSED_HEADER},
-        {"length 0", wire_message(header_with([](wire_header *h) { h->length = 0; }), BODY),
-         SLP_REFUSED_HEADER},
-        {"length ends in the header",
-         wire_message(header_with([](wire_header *h) { h->length = 13; }), BODY),
-         SLP_REFUSED_HEADER},
-        {"length ends in the language",
-         wire_message(header_with([](wire_header *h) { h->length = 15; }), BODY),
+        {"length ends in the language", wire_message(lying(&wire_header::length, 15), BODY),
          SLP_REFUSED_HEADER},
         {"language longer than the message",
-         wire_message(header_with([](wire_header *h) { h->language_length = 65535; }), BODY),
-         SLP_REFUSED_HEADER},
-        {"request", wire_message(header_with([](wire_header *h) { h->function = 1; }), BODY),
-         SLP_REFUSED_FUNCTION},
+         wire_message(lying(&wire_header::language_length, 65535), BODY), SLP_REFUSED_HEADER},
+        {"request", wire_message(lying(&wire_header::function, 1), BODY), SLP_REFUSED_FUNCTION},
         {"advert", wire_advert("service:directory-agent://10.0.0.9", "default", WIRE_XID),
          SLP_REFUSED_FUNCTION},
         {"other transaction", wire_reply({"service:printer:lpr://10.0.0.1"}, WIRE_XID + 1),
@@ -99,8 +93,8 @@ TEST(SlpMessage, RefusesWhatIsNoReplyToTheRequest)
         {"no error code", wire_message({}, ""), SLP_REFUSED_BODY},
         {"half an error code", wire_message({}, std::string(1, '\5')), SLP_REFUSED_BODY},
         {"half a count", wire_message({}, std::string(3, '\0')), SLP_REFUSED_BODY},
-        {"length ends in the count",
-         wire_message(header_with([](wire_header *h) { h->length = 19; }), BODY), SLP_REFUSED_BODY},
+        {"length ends in the count", wire_message(lying(&wire_header::length, 19), BODY),
+         SLP_REFUSED_BODY},
     };
     for (const auto &c : cases) {
         const exact_copy copy(c.message);
@@ -116,7 +110,7 @@ TEST(SlpMessage, KeepsTheEntriesBeforeTheFirstBrokenOne)
     const std::string url = "service:printer:lpr://10.0.0.3/c";
     const std::string auth = wire_auth("signer", "signature");
     const wire_header true_length;
-    const wire_header long_length = header_with([](wire_header *h) { h->length = 0xFFFFFF; });
+    const wire_header long_length = lying(&wire_header::length, 0xFFFFFF);
     const auto reply_of = [&](const std::string &last) {
         return wire_message(true_length, wire_entries({ENTRY_A, last}));
     };
@@ -131,8 +125,7 @@ TEST(SlpMessage, KeepsTheEntriesBeforeTheFirstBrokenOne)
         {"fewer announced", wire_message(true_length, wire_entries({ENTRY_A, ENTRY_B}, 1)), 1},
         {"more announced", wire_message(true_length, wire_entries({ENTRY_A, ENTRY_B}, 65535)), 2},
         {"length too large", wire_message(long_length, wire_entries({ENTRY_A, ENTRY_B})), 2},
-        {"length ends in the last entry",
-         wire_message(header_with([](wire_header *h) { h->length = 70; }), BODY), 1},
+        {"length ends in the last entry", wire_message(lying(&wire_header::length, 70), BODY), 1},
         {"last entry cut before its signature count",
          reply_of(ENTRY_B.substr(0, ENTRY_B.size() - 1)), 1},
         {"url longer than the message", reply_of(wire_url(url, {}, -1, 65535)), 1},

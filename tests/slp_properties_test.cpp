@@ -162,7 +162,7 @@ TEST(SlpProperties, FileIsReadToItsLimitAndNoCutLineIsTaken)
     // The limit falls between the digits of the second value.
     const std::string first = "net.slp.maxResults = 6\n";
     const std::string second = "\nnet.slp.maxResults = 78";
-    const std::string padding(256 * 1024 - first.size() - second.size() + 1, '#');
+    const std::string padding(size_t{256} * 1024 - first.size() - second.size() + 1, '#');
     std::ofstream(path) << first << padding << second;
     EXPECT_EQ(slp_properties_read(path.c_str()).max_results, 6);
 }

@@ -9,7 +9,7 @@
 namespace
 {
 
-constexpr size_t FILE_SIZE_MAX = 256 * 1024;
+constexpr size_t FILE_SIZE_MAX = size_t{256} * 1024;
 constexpr size_t SCOPES_SIZE_MAX = 1024; // a request must still fit a packet
 constexpr int32_t WAIT_MAX_MS = 600000;
 constexpr int32_t TIMEOUT_MAX_MS = 60000;

@@ -15,7 +15,7 @@ namespace
 {
 
 constexpr int RECEIVE_BUFFER_SIZE = 1024 * 1024;
-constexpr size_t STREAM_READ_SIZE = 64 * 1024;
+constexpr size_t STREAM_READ_SIZE = size_t{64} * 1024;
 constexpr int SOCKET_FLAGS = SOCK_CLOEXEC | SOCK_NONBLOCK;
 
 /// Asks for the large buffer past the host's limit, which only root may, else up to the limit.

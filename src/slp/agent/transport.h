@@ -11,8 +11,8 @@
 
 constexpr size_t SLP_DATAGRAM_SIZE_MAX = 65536;
 
-/// Longest message read over TCP; far above what `SLP_RESULTS_MAX` printers would need.
-constexpr size_t SLP_STREAM_MESSAGE_MAX = 16 * 1024 * 1024 - 1;
+/// Longest message in bytes read over TCP: `SLP_RESULTS_MAX` URLs of usual length.
+constexpr size_t SLP_STREAM_MESSAGE_MAX = size_t{4} * 1024 * 1024;
 
 /// Returns the socket address of an IPv4 address and a port in host byte order.
 struct sockaddr_in slp_socket_address(struct in_addr address, uint16_t port);
