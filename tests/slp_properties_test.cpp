@@ -103,7 +103,7 @@ TEST(SlpProperties, LinesChangeWhatTheyName)
         {"net.slp.multicastTTL = 255", "ttl 8", "ttl 255"},
         {"net.slp.multicastTTL = 256", "", ""},
         {"net.slp.multicastTTL = -1", "", ""},
-        {"net.slp.MTU = 1400 bytes", "", ""},
+        {"net.slp.MTU = 1300 bytes", "", ""},
         {"net.slp.MTU = 127", "", ""},
         {"net.slp.MTU = 128", "mtu 1400", "mtu 128"},
         {"net.slp.MTU = 99999999999999999999", "", ""},

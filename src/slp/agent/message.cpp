@@ -78,10 +78,7 @@ int read_header(byte_reader *reader, uint8_t function, uint16_t xid, uint16_t *f
     const size_t size = reader->left;
     if (size < SLP_HEADER_SIZE || reader->at[0] != SLP_VERSION)
         return SLP_REFUSED_HEADER;
-    const size_t length = slp_message_length(reader->at);
-    if (length < SLP_HEADER_SIZE)
-        return SLP_REFUSED_HEADER;
-    reader->left = std::min(size, length);
+    reader->left = std::min(size, slp_message_length(reader->at));
     take_number(reader, 1);
     const uint32_t found_function = take_number(reader, 1);
     take_number(reader, 3);

@@ -182,7 +182,7 @@ int slp_exchange_over_tcp(const struct sockaddr_in &target, const std::vector<ui
         receive_all_by(connection.fd, SLP_LENGTH_END, deadline_us, reply) != 0)
         return -1;
     const size_t length = slp_message_length(reply->data());
-    if (length < SLP_HEADER_SIZE || length > SLP_STREAM_MESSAGE_MAX)
+    if (length > SLP_STREAM_MESSAGE_MAX)
         return -1;
     return receive_all_by(connection.fd, length, deadline_us, reply);
 }

@@ -36,6 +36,7 @@ int slp_receive(int fd, int64_t deadline_us, std::vector<uint8_t> *buffer,
                 struct sockaddr_in *sender);
 
 /// Sends `request` over a TCP connection of its own and reads one message into `reply`, all
-/// before `deadline_us`. Returns 0, or -1 when no whole message could be had.
+/// before `deadline_us`. Returns 0, or -1 when no whole message could be had; whole means as long
+/// as it says itself, which may be less than a header.
 int slp_exchange_over_tcp(const struct sockaddr_in &target, const std::vector<uint8_t> &request,
                           int64_t deadline_us, std::vector<uint8_t> *reply);
