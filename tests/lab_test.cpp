@@ -89,15 +89,6 @@ TEST(Lab, ListsEveryShapeOfNodeqAnswer)
     EXPECT_EQ(sorted_devices(parent.program.out), blank);
 }
 
-TEST(Lab, ListsNothingOnASilentNetwork)
-{
-    const lab_result result = devscout_in_lab({"device 10.9.1.1\n", {}}, {"-s", "--nodeq"});
-    SKIP_NO_LAB(result);
-    EXPECT_EQ(line_count(result.program.out, "# Total 0 printers found, "), 1U);
-    EXPECT_EQ(line_count(result.program.out, "ip: "), 0U);
-    EXPECT_EQ(result.record.find("nodeq"), result.record.find(' ') + 1);
-}
-
 TEST(Lab, ReportsTheWholeOffice)
 {
     const lab_result result = devscout_in_lab({OFFICE, {"--snmpd"}}, {});

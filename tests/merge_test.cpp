@@ -271,37 +271,6 @@ TEST(MergeDescription, MarksUnreachableDevices)
     }
 }
 
-TEST(MergeDescription, EchoesInDebugRuns)
-{
-    parent p;
-    p.target.debug_level = 1;
-    strncpy(p.find("10.0.0.5")->dsc, "old", DSC_SIZE - 1);
-    EXPECT_EQ(printed_by([&] { p.read(DESC_SLOT, desc_line("new")); }),
-              "INFO_RESPONCE: 10.0.0.5 <old>\n");
-}
-
-TEST(MergeDescription, CollectsABlockLineByLine)
-{
-    parent p;
-    memcpy(p.slots[DESC_SLOT].target_ip, "10.0.0.5", sizeof "10.0.0.5");
-    uint8_t block[SCAN_BLOCK_SIZE + 16];
-    for (size_t i = 0; i < sizeof block; ++i)
-        block[i] = static_cast<uint8_t>(SCAN_BLOCK_TAG + i);
-    FILE *stream = tmpfile();
-    print_hex_block(stream, block, sizeof block);
-    rewind(stream);
-    p.read(DESC_SLOT, "# Mode scanner_inquiry\n");
-    char line[LINE_SIZE];
-    while (fgets(line, sizeof line, stream) != nullptr)
-        p.read(DESC_SLOT, line);
-    fclose(stream);
-    EXPECT_EQ(memcmp(p.find("10.0.0.5")->scan_info, block, SCAN_BLOCK_SIZE), 0);
-    EXPECT_EQ(p.devices->next, nullptr);
-    p.read(DESC_SLOT, "ff ff ff\n");
-    EXPECT_EQ(p.find("10.0.0.5")->scan_info[0], SCAN_BLOCK_TAG);
-    EXPECT_EQ(p.slots[DESC_SLOT].hex_lines, 5);
-}
-
 TEST(HexToBytes, DecodesPairs)
 {
     const struct {

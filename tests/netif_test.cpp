@@ -106,7 +106,7 @@ TEST(Ifconfig, FindsNothingInAnyOtherOutput)
     } cases[] = {
         {"", 0},
         {NEW_FORMAT, 0},
-        {std::string("\0\1\2\xff\n inet addr:1.2.3.4", 24), 0},
+        {std::string("\0\1\2\xff\n inet addr:1.2.3.4", 23), 0},
         {std::string(5000, 'x'), 0},
         {"          inet addr:1.2.3.4\n", 0},
         {"lo        Link encap:Local Loopback\n          inet addr:127.0.0.1\n", 1},

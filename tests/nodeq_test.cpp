@@ -91,12 +91,6 @@ TEST(NodeqAnswer, FillsOnlyTheRoomThatIsLeft)
     EXPECT_EQ(std::string(record.dsc), std::string(90, 'x') + "#[ABC");
 }
 
-TEST(Nodeq, WritesAddressesMostSignificantByteFirst)
-{
-    EXPECT_STREQ(ipv4_to_text(0x0A000105), "10.0.1.5");
-    EXPECT_STREQ(ipv4_to_text(0xFFFFFFFF), "255.255.255.255");
-}
-
 TEST(Nodeq, DoesNotServeTheIpv6Target)
 {
     device_list devices = nullptr;

@@ -36,13 +36,6 @@ struct three_devices {
 constexpr char HEADER[] = "# Network printers discovery utility\n# Legend: ip: address slp: "
                           "detected,ipp,lpr,raw_tcp snmp: detected,devtype,description\n";
 
-std::string hex(int count)
-{
-    const std::string bytes(32, '\xab');
-    return printed_by(
-        [&] { print_hex_block(stdout, reinterpret_cast<const uint8_t *>(bytes.data()), count); });
-}
-
 } // namespace
 
 TEST(Report, ListsPrintersInOrderWithoutTheUnreachable)
@@ -80,15 +73,6 @@ TEST(Report, LetsNoDeviceForgeALine)
               "ip: 10.0.0.5        dsc: \"a b\"\n");
     EXPECT_EQ(printed_by([&] { print_unreachable_line("fe80::1\n"); }),
               "ip: fe80::1          dsc: \" \" ERROR: Destination unreachable\n");
-}
-
-TEST(HexBlock, BreaksLinesAtSixteenBytes)
-{
-    const std::string line = "ab ab ab ab ab ab ab ab ab ab ab ab ab ab ab ab\n";
-    EXPECT_EQ(hex(16), line);
-    EXPECT_EQ(hex(17), line + "ab\n");
-    EXPECT_EQ(hex(0) + hex(-1), "");
-    EXPECT_EQ(print_hex_block(nullptr, nullptr, 5), 0);
 }
 
 TEST(TimeMark, CountsFromThePreviousMark)

@@ -59,20 +59,6 @@ netsnmp_indexed_addr_pair address_pair(const char *local, const char *peer)
 
 } // namespace
 
-TEST(SnmpObjects, AreReadFromDottedText)
-{
-    oid numbers[MAX_SUBIDENTIFIERS];
-    ASSERT_EQ(parse_oid_text(IDENTIFICATION_OID, numbers), 14U);
-    EXPECT_EQ(numbers[6], 40981U);
-    EXPECT_EQ(numbers[12], 26U);
-    EXPECT_EQ(numbers[13], 0U);
-    EXPECT_EQ(parse_oid_text(PRINTER_MIB_OID, numbers), 12U);
-    std::string long_text = "1";
-    for (int i = 0; i < 200; ++i)
-        long_text += ".1";
-    EXPECT_EQ(parse_oid_text(long_text.c_str(), numbers), MAX_SUBIDENTIFIERS);
-}
-
 TEST(SnmpValue, IsTheBareTextOfWhatIsThere)
 {
     snmp_set_up_library("devscout_test");
@@ -120,7 +106,7 @@ TEST(SnmpPeer, StandsBehindTheArrowWithoutItsZone)
         char ip[IP_SIZE] = "";
         extract_peer_ip(ip, text, sizeof ip);
         EXPECT_STREQ(ip, c.peer) << text;
-        EXPECT_LT(std::string(text).find(c.local), std::string(text).find(">")) << text;
+        EXPECT_LT(std::string(text).find(c.local), std::string(text).find('>')) << text;
 
         // The IPv6 transport tells the peer alone.
         pdu.transport_data = &pair.remote_addr;
@@ -178,45 +164,6 @@ TEST(Timeval, NormalizesAndSubtracts)
     const struct timeval time = {};
     EXPECT_EQ(timeval_subtract(nullptr, &time, nullptr), -1);
     EXPECT_EQ(timeval_normalize(&time, nullptr), -1);
-}
-
-TEST(SnmpDiscovery, TakesPrintersAndKeepsTheRequestOpen)
-{
-    snmp_set_up_library("devscout_test");
-    device_list devices = nullptr;
-    discovery_context context = {&devices};
-    netsnmp_session *session =
-        snmp_open_session("127.0.0.1:1", false, discovery_response, &context);
-    ASSERT_NE(session, nullptr);
-    netsnmp_indexed_addr_pair pair = address_pair("0.0.0.0", "10.0.0.7");
-    netsnmp_pdu pdu = {};
-    pdu.transport_data = &pair;
-    pdu.transport_data_length = sizeof pair;
-    const auto answer = [&](int operation, long error, const std::string &value) {
-        netsnmp_variable_list variable = variable_of(ASN_OCTET_STR, value);
-        pdu.variables = &variable;
-        pdu.errstat = error;
-        return discovery_response(operation, session, 1, &pdu, &context);
-    };
-    const int received = NETSNMP_CALLBACK_OP_RECEIVED_MESSAGE;
-    const std::string printer = "MFG:Acme;MDL:Model 5;CLS:PRINTER;";
-    EXPECT_EQ(answer(received, SNMP_ERR_NOSUCHNAME, printer), 0);
-    EXPECT_EQ(answer(NETSNMP_CALLBACK_OP_TIMED_OUT, 0, printer), 1);
-    EXPECT_EQ(answer(received, 0, "MFG:Acme;MDL:Model 5;"), 0);
-    EXPECT_EQ(answer(received, 0, "CLS:PRINTER;"), 0);
-    EXPECT_EQ(devices, nullptr);
-    EXPECT_EQ(answer(received, 0, "MFG:Acme;MDL:scn 5;CLS:PRINTER;"), 0);
-    EXPECT_EQ(answer(received, 0, "CLS:PRINTER;MFG:Other"), 0);
-    ASSERT_NE(devices, nullptr);
-    const auto *record = static_cast<const device_record *>(devices->data);
-    EXPECT_STREQ(record->ip, "10.0.0.7");
-    EXPECT_STREQ(record->vendor, "Other");
-    EXPECT_STREQ(record->dsc, "");
-    EXPECT_EQ(record->record_state, 2);
-    EXPECT_EQ(record->snmp_detected + record->snmp_devtype + record->snmp_description, 2);
-    EXPECT_EQ(devices->next, nullptr);
-    list_free(&devices);
-    snmp_close(session);
 }
 
 TEST(DescriptionQuery, SortsAnswersByTheirObject)

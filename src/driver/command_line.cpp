@@ -69,13 +69,13 @@ int read_leading_options(int argc, char **argv, run_settings *settings)
     int i = 1;
     while (i < argc && argv[i][0] == '-') {
         const char option = argv[i][1];
-        const char *value = i + 1 < argc ? argv[i + 1] : nullptr;
-        if (option == 'c' && value != nullptr) {
-            g_community_name = value;
+        const bool has_value = i + 1 < argc;
+        if (option == 'c' && has_value) {
+            g_community_name = argv[i + 1];
             i += 2;
-        } else if ((option == 'R' || option == 'I') && value != nullptr) {
+        } else if ((option == 'R' || option == 'I') && has_value) {
             settings->kind = option == 'R' ? run_kind::get_description : run_kind::scanner_inquiry;
-            settings->address = value;
+            settings->address = argv[i + 1];
             return argc;
         } else if (read_debug_option(argv[i], settings)) {
             ++i;

@@ -1,6 +1,7 @@
 // Sockets of the user agent: every wait has a deadline on the monotonic clock.
 #include "slp/agent/transport.h"
 
+#include "io/socket.h"
 #include "io/stream.h"
 #include "io/wait.h"
 #include "slp/agent/message.h"
@@ -14,17 +15,8 @@
 namespace
 {
 
-constexpr int RECEIVE_BUFFER_SIZE = 1024 * 1024;
 constexpr size_t STREAM_READ_SIZE = size_t{64} * 1024;
 constexpr int SOCKET_FLAGS = SOCK_CLOEXEC | SOCK_NONBLOCK;
-
-/// Asks for the large buffer past the host's limit, which only root may, else up to the limit.
-void enlarge_receive_buffer(int fd)
-{
-    const int size = RECEIVE_BUFFER_SIZE;
-    if (setsockopt(fd, SOL_SOCKET, SO_RCVBUFFORCE, &size, sizeof size) != 0)
-        setsockopt(fd, SOL_SOCKET, SO_RCVBUF, &size, sizeof size);
-}
 
 /// Waits as wait_for does, up to a point in time, and goes on after a signal.
 int wait_until(int fd, short events, int64_t deadline_us)
