@@ -48,7 +48,7 @@ bool add_responder(responder_list *responders, struct in_addr address, size_t te
 /// The fixed surroundings of one search.
 struct search_context {
     const descriptor &socket;
-    slp_datagram_reader *reader;
+    slp_datagram_reader reader;
     void *reader_context;
     size_t longest_message;
     std::vector<uint8_t> buffer;
@@ -111,7 +111,7 @@ size_t slp_longest_message(const slp_properties &properties)
 }
 
 SLPError slp_converge(const slp_settings &settings, const slp_request &request,
-                      const slp_patience &patience, slp_datagram_reader *reader, void *context)
+                      const slp_patience &patience, slp_datagram_reader reader, void *context)
 {
     const descriptor socket(slp_open_group_socket(settings.properties.multicast_ttl));
     if (socket.fd < 0)

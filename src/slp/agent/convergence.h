@@ -16,8 +16,8 @@ constexpr int SLP_DATAGRAM_ANSWER = 1;   ///< the sender has answered
 constexpr int SLP_DATAGRAM_COMPLETE = 2; ///< the search has all that it wants
 
 /// Reads one datagram of `size` bytes; returns one of the above.
-using slp_datagram_reader = int(void *context, const uint8_t *bytes, size_t size,
-                                const struct sockaddr_in &sender);
+using slp_datagram_reader = int (*)(void *context, const uint8_t *bytes, size_t size,
+                                    const struct sockaddr_in &sender);
 
 /// How long a search goes on.
 struct slp_patience {
@@ -32,7 +32,7 @@ struct slp_patience {
 /// the first request is longer than the MTU, SLP_NETWORK_INIT_FAILED without a socket,
 /// SLP_NETWORK_ERROR when no interface takes a request or the socket fails.
 SLPError slp_converge(const slp_settings &settings, const slp_request &request,
-                      const slp_patience &patience, slp_datagram_reader *reader, void *context);
+                      const slp_patience &patience, slp_datagram_reader reader, void *context);
 
 /// Longest message in bytes that fits a datagram under net.slp.MTU, which counts the headers too.
 size_t slp_longest_message(const slp_properties &properties);
