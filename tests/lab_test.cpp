@@ -139,7 +139,7 @@ TEST(Lab, InquiresScannersOfEveryShape)
     std::string expected;
     int number = 0;
     const auto inquire = [&](const std::string &ip, bool found) {
-        script += "$0 -I " + ip + " | grep -c '^a8 01 02'; ";
+        script += "\"$0\" -I " + ip + " | grep -c '^a8 01 02'; ";
         expected += found ? "1\n" : "0\n";
     };
     for (const auto &shape : shapes) {
@@ -153,8 +153,8 @@ TEST(Lab, InquiresScannersOfEveryShape)
         inquire(nobody, false);
     const lab_result result =
         run_in_lab({fleet, {}}, {"/bin/bash", "-c",
-                                 script + "$0 -I 10.9.1.1 >/dev/null; echo $?; "
-                                          "$0 -I 10.9.1.5 | tail -n 1; echo ${PIPESTATUS[0]}",
+                                 script + "\"$0\" -I 10.9.1.1 >/dev/null; echo $?; "
+                                          "\"$0\" -I 10.9.1.5 | tail -n 1; echo ${PIPESTATUS[0]}",
                                  DEVSCOUT_PROGRAM});
     SKIP_NO_LAB(result);
     EXPECT_EQ(result.program.out, expected + "0\n# Mode scanner_inquiry\n1\n");
@@ -202,7 +202,7 @@ TEST(Lab, DescribesSingleDevices)
     std::string script;
     std::string expected;
     for (const auto &c : cases) {
-        script += std::string("$0 -R ") + c.ip + "; echo $?; ";
+        script += std::string("\"$0\" -R ") + c.ip + "; echo $?; ";
         expected += c.line + "0\n";
     }
     const scratch_folder etc;
@@ -277,11 +277,13 @@ TEST(Lab, LogsOnlyWhereItIsAsked)
     devscout_in_lab(lab, {"-c", "it's", "--snmp", "--snmp6"});
     EXPECT_EQ(names(), "devscout.log ");
     const std::string log = content_of(tmp.path / "devscout.log");
-    EXPECT_EQ(lines_with(log, "TRACE: "), "TRACE: run_child_process <snmp>\nTRACE: run: <" +
-                                              std::string(DEVSCOUT_PROGRAM) +
-                                              " -c 'it'\\''s' -s --snmp>\n"
-                                              "TRACE: run_child_process <snmp6>\nTRACE: run: <" +
-                                              DEVSCOUT_PROGRAM + " -c 'it'\\''s' -s --snmp6>\n");
+    std::string program = DEVSCOUT_PROGRAM;
+    if (program.find(' ') != std::string::npos)
+        program = "'" + program + "'";
+    const std::string command = "TRACE: run: <" + program + " -c 'it'\\''s' -s --";
+    EXPECT_EQ(lines_with(log, "TRACE: "), "TRACE: run_child_process <snmp>\n" + command +
+                                              "snmp>\nTRACE: run_child_process <snmp6>\n" +
+                                              command + "snmp6>\n");
     EXPECT_EQ(line_count(log, "INFO: 20"), 2U);
 
     tmp.write("devscout_snmp.lcf", "APPEND_MODE=1\n");
@@ -308,7 +310,7 @@ TEST(Lab, ReadsNoMibFileWhateverTheHostIsConfiguredTo)
     const lab_result result = run_in_lab(
         {"device 10.9.1.1 id=\"MFG:A;MDL:m;CLS:PRINTER\"\n", {"--etc", etc.path.string()}},
         {"/bin/bash", "-c",
-         "ASAN_OPTIONS=detect_leaks=0 strace -f -e trace=open,openat $0 -s --snmp 2>&1 | "
+         "ASAN_OPTIONS=detect_leaks=0 strace -f -e trace=open,openat \"$0\" -s --snmp 2>&1 | "
          "grep -E 'mibs|MIB|^ip:|snmp.conf'",
          DEVSCOUT_PROGRAM});
     SKIP_NO_LAB(result);
@@ -322,14 +324,15 @@ TEST(Lab, WorksWithDescriptorsOfAnyNumberAndWithoutStandardStreams)
     const lab_result result = run_in_lab(
         {OFFICE, {}},
         {"/bin/bash", "-c",
-         "ulimit -n 4096; for i in $(seq 3 1200); do eval \"exec $i</dev/null\"; done; exec $0",
+         "ulimit -n 4096; for i in $(seq 3 1200); do eval \"exec $i</dev/null\"; done; exec \"$0\"",
          DEVSCOUT_PROGRAM});
     SKIP_NO_LAB(result);
     EXPECT_EQ(line_count(result.program.out, "# Total 9 printers found, "), 1U)
         << result.program.out << result.program.err;
 
-    const lab_result closed = run_in_lab(
-        {OFFICE, {}}, {"/bin/bash", "-c", "$0 -s --nodeq >&- 2>&- <&-; echo $?", DEVSCOUT_PROGRAM});
+    const lab_result closed =
+        run_in_lab({OFFICE, {}}, {"/bin/bash", "-c", "\"$0\" -s --nodeq >&- 2>&- <&-; echo $?",
+                                  DEVSCOUT_PROGRAM});
     EXPECT_EQ(closed.program.out, "0\n");
     EXPECT_EQ(line_count(requests(closed.record, "nodeq"), "255.255.255.255:6000 65 "), 2U);
 }
