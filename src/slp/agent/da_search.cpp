@@ -16,14 +16,16 @@ constexpr char DIRECTORY_AGENT_TYPE[] = "service:directory-agent";
 constexpr std::string_view DIRECTORY_AGENT_URL = "service:directory-agent://";
 constexpr size_t AGENTS_MAX = SLP_ADDRESSES_MAX;
 
-void add_agent(std::vector<struct in_addr> *agents, struct in_addr address)
+/// Adds an agent unless it is known. Nobody can name more than one: each dead one costs a wait.
+void add_agent(std::vector<slp_directory_agent> *agents, const slp_directory_agent &agent)
 {
     const bool known =
-        std::any_of(agents->begin(), agents->end(), [address](const struct in_addr &other) {
-            return other.s_addr == address.s_addr;
+        std::any_of(agents->begin(), agents->end(), [&](const slp_directory_agent &other) {
+            return other.address.s_addr == agent.address.s_addr ||
+                   other.sender.s_addr == agent.sender.s_addr;
         });
     if (!known && agents->size() < AGENTS_MAX)
-        agents->push_back(address);
+        agents->push_back(agent);
 }
 
 struct resolved_freer {
@@ -61,7 +63,7 @@ struct in_addr advertised_address(std::string_view url, struct in_addr sender)
 
 struct advert_search {
     slp_request request;
-    std::vector<struct in_addr> agents;
+    std::vector<slp_directory_agent> agents;
 };
 
 int read_advert_datagram(void *context, const uint8_t *bytes, size_t size,
@@ -76,14 +78,15 @@ int read_advert_datagram(void *context, const uint8_t *bytes, size_t size,
         slp_same_text(advert.url.substr(0, DIRECTORY_AGENT_URL.size()), DIRECTORY_AGENT_URL);
     const bool stays = advert.boot_timestamp != 0;
     if (is_agent && stays && slp_scopes_overlap(advert.scopes, search->request.scopes))
-        add_agent(&search->agents, advertised_address(advert.url, sender.sin_addr));
+        add_agent(&search->agents, {advertised_address(advert.url, sender.sin_addr),
+                                    sender.sin_addr, std::string(advert.scopes)});
     return SLP_DATAGRAM_ANSWER;
 }
 
 } // namespace
 
-std::vector<struct in_addr> slp_find_directory_agents(const slp_settings &settings,
-                                                      const slp_request &request)
+std::vector<slp_directory_agent> slp_find_directory_agents(const slp_settings &settings,
+                                                           const slp_request &request)
 {
     const slp_properties &properties = settings.properties;
     advert_search search;
@@ -91,7 +94,7 @@ std::vector<struct in_addr> slp_find_directory_agents(const slp_settings &settin
         struct in_addr address = {};
         for (const std::string &host : properties.da_addresses)
             if (resolve(host, &address) == 0)
-                add_agent(&search.agents, address);
+                add_agent(&search.agents, {address, address, ""});
         return search.agents;
     }
     if (!properties.active_da_detection)

@@ -1,6 +1,7 @@
 // Lists of texts separated by commas, as SLP writes scopes, addresses and time-outs.
 #include "slp/agent/value_list.h"
 
+#include <algorithm>
 #include <strings.h>
 
 std::string_view slp_trim(std::string_view text)
@@ -44,10 +45,19 @@ bool slp_same_text(std::string_view a, std::string_view b)
 
 bool slp_scopes_overlap(std::string_view a, std::string_view b)
 {
-    const std::vector<std::string> others = slp_split_list(b);
-    for (const std::string &scope : slp_split_list(a))
-        for (const std::string &other : others)
-            if (slp_same_text(scope, other))
-                return true;
-    return false;
+    return slp_scopes_without(a, b) != slp_join_list(slp_split_list(a));
+}
+
+std::string slp_scopes_without(std::string_view list, std::string_view served)
+{
+    const std::vector<std::string> others = slp_split_list(served);
+    std::vector<std::string> left;
+    for (const std::string &scope : slp_split_list(list)) {
+        const bool is_served =
+            std::any_of(others.begin(), others.end(),
+                        [&](const std::string &other) { return slp_same_text(scope, other); });
+        if (!is_served)
+            left.push_back(scope);
+    }
+    return slp_join_list(left);
 }

@@ -20,3 +20,6 @@ bool slp_same_text(std::string_view a, std::string_view b);
 /// Tells whether two scope lists have a scope in common. Scopes are compared without regard to
 /// case (RFC 2608, 6.4).
 bool slp_scopes_overlap(std::string_view a, std::string_view b);
+
+/// Returns the scopes of `list` that `served` does not have, joined with commas.
+std::string slp_scopes_without(std::string_view list, std::string_view served);
