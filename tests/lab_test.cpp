@@ -227,7 +227,10 @@ TEST(Lab, PassesOverBrokenSnmpAnswers)
         "device 10.9.1.8 id=\"CLS:PRINTER;MFG:Big;MDL:m\" id.fill=60000\n"
         "device 10.9.1.9 id=\"CLS:PRINTER;MFG:A;MDL:\\\"q\\\";\" snmp.repeat=2 snmp.delay=500\n"
         "device 10.9.1.10 id=\"CLS:PRINTER;MFG:A;MDL:early;\" snmp.then=\"PRINTER MFG:late\"\n"
-        "device 10.9.1.11 id=\"CLS:PRINTER;MFG:A;MDL:last\"\n",
+        "device 10.9.1.11 id=\"CLS:PRINTER;MFG:A;MDL:last\"\n"
+        // A request instead of a response, with the value MFG:Evil;CLS:PRINTER.
+        "device 10.9.1.12 snmp.raw=304102010004066e6f626f6479a03402010102010002010030293027060f"
+        "2b0601040182c0150b050101011a0004144d46473a4576696c3b434c533a5052494e544552\n",
         {}};
     const lab_result result = devscout_in_lab(lab, {"-s", "--snmp"});
     SKIP_NO_LAB(result);

@@ -178,6 +178,7 @@ TEST(DescriptionQuery, SortsAnswersByTheirObject)
         variable.name_length = parse_oid_text(object, name);
         variable.name = name;
         netsnmp_pdu pdu = {};
+        pdu.command = SNMP_MSG_RESPONSE;
         pdu.variables = &variable;
         printed_by([&] {
             on_snmp_response(NETSNMP_CALLBACK_OP_RECEIVED_MESSAGE, session, 1, &pdu, &answers);

@@ -39,6 +39,15 @@ field_pair other_scopes(const netinterface_info &interface, const char *ip)
     return {interface.inet6_link_addr, interface.inet6_site_addr};
 }
 
+/// Adds or updates the record of `ip` with what the completion carries over from `source`.
+void copy_to(const char *ip, const device_record &source, device_list *devices)
+{
+    add_derived_record(
+        ip, source.dsc, source.vendor,
+        {source.snmp_detected, source.snmp_devtype, source.snmp_description, source.snmp_reserved},
+        devices);
+}
+
 void derive_from_record(const device_record *record, list_node *interfaces, device_list *derived)
 {
     const netinterface_info *interface = find_interface_by_prefix(interfaces, record->ip);
@@ -48,7 +57,7 @@ void derive_from_record(const device_record *record, list_node *interfaces, devi
     for (const char *prefix_source : {fields.first, fields.second}) {
         char combined[COMBINED_SIZE];
         combine_ipv6_address(combined, sizeof combined, prefix_source, record->ip);
-        add_derived_record(combined, record, derived);
+        copy_to(combined, *record, derived);
     }
 }
 
@@ -77,7 +86,7 @@ void derive_ipv6_addresses_on(device_list *devices, list_node *interfaces)
     list_remove_if(devices, is_ipv6_record);
     for (const list_node *node = derived; node != nullptr; node = node->next) {
         const auto *record = static_cast<const device_record *>(node->data);
-        add_derived_record(record->ip, record, devices);
+        copy_to(record->ip, *record, devices);
     }
     list_free(&derived);
 }
@@ -124,17 +133,18 @@ void combine_ipv6_address(char *output, size_t size, const char *prefix_source,
         output[0] = '\0';
 }
 
-void add_derived_record(const char *ip, const device_record *source, device_list *devices)
+void add_derived_record(const char *ip, const char *dsc, const char *vendor, const snmp_bytes &snmp,
+                        device_list *devices)
 {
     if (ip == nullptr || ip[0] == '\0')
         return;
     device_record *record = device_list_find_or_add(devices, ip);
     if (record == nullptr)
         return;
-    safe_strncpy(record->dsc, source->dsc, sizeof record->dsc);
-    safe_strncpy(record->vendor, source->vendor, sizeof record->vendor);
-    record->snmp_detected = source->snmp_detected;
-    record->snmp_devtype = source->snmp_devtype;
-    record->snmp_description = source->snmp_description;
-    record->snmp_reserved = source->snmp_reserved;
+    safe_strncpy(record->dsc, dsc, sizeof record->dsc);
+    safe_strncpy(record->vendor, vendor, sizeof record->vendor);
+    record->snmp_detected = snmp.detected;
+    record->snmp_devtype = snmp.devtype;
+    record->snmp_description = snmp.description;
+    record->snmp_reserved = snmp.reserved;
 }

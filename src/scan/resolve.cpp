@@ -1,6 +1,7 @@
 // Host names to addresses, one family at a time.
 #include "scan/resolve.h"
 
+#include <arpa/inet.h>
 #include <cstring>
 #include <memory>
 #include <netdb.h>
@@ -23,9 +24,6 @@ address_results resolve(const char *host, int family)
     struct addrinfo hints = {};
     hints.ai_family = family;
     hints.ai_socktype = SOCK_STREAM;
-    // No host name holds a ":": such a text is an address or nothing, and no name server is asked.
-    if (strchr(host, ':') != nullptr)
-        hints.ai_flags = AI_NUMERICHOST;
     struct addrinfo *results = nullptr;
     if (getaddrinfo(host, nullptr, &hints, &results) != 0)
         return nullptr;
@@ -47,6 +45,9 @@ int resolve_ipv4(const char *host, struct in_addr *address)
 
 int resolve_ipv6(const char *host, struct in6_addr *address)
 {
+    // No host name holds a ":": such a text is an address or nothing, and no name server is asked.
+    if (strchr(host, ':') != nullptr)
+        return inet_pton(AF_INET6, host, address) > 0 ? 0 : -1;
     const address_results results = resolve(host, AF_INET6);
     if (!results)
         return -1;

@@ -2,7 +2,6 @@
 #include "snmp/classify.h"
 
 #include "config/text.h"
-#include "driver/device_list.h"
 
 #include <cstdio>
 #include <cstring>

@@ -1,6 +1,8 @@
 // The text rules of SNMP answers: what is a printer, who made it, and how it is described.
 #pragma once
 
+#include "driver/device_list.h"
+
 #include <cstddef>
 
 constexpr int CLASS_PRINTER = 2;

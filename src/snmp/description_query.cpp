@@ -157,7 +157,8 @@ int on_snmp_response(int operation, netsnmp_session *session, int, netsnmp_pdu *
     puts("on_snmp_response - don't need it");
     if (operation != NETSNMP_CALLBACK_OP_RECEIVED_MESSAGE || pdu == nullptr)
         return 1;
-    if (pdu->errstat != SNMP_ERR_NOERROR)
+    // The library matches request ids of responses alone; whatever else comes is no answer.
+    if (pdu->command != SNMP_MSG_RESPONSE || pdu->errstat != SNMP_ERR_NOERROR)
         return 0;
     if (snmp_sess_transport(snmp_sess_pointer(session)) == nullptr) {
         puts("# ERROR: Invalid SNMP transport [getdesc]");

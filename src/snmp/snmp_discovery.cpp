@@ -136,7 +136,8 @@ int discovery_response(int operation, netsnmp_session *session, int, netsnmp_pdu
         log_trace("TIMEOUT");
     if (operation != NETSNMP_CALLBACK_OP_RECEIVED_MESSAGE || pdu == nullptr)
         return 1;
-    if (pdu->errstat != SNMP_ERR_NOERROR)
+    // The library matches request ids of responses alone; whatever else comes is no answer.
+    if (pdu->command != SNMP_MSG_RESPONSE || pdu->errstat != SNMP_ERR_NOERROR)
         return 0;
     trace_variables(pdu->variables);
     netsnmp_transport *transport = snmp_sess_transport(snmp_sess_pointer(session));
