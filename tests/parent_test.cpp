@@ -22,7 +22,7 @@ struct scripted_parent {
                        program_run extra = {}) const
     {
         const std::string script =
-            folder.write(script_name, "#!/bin/sh\nhere='" + folder.path.string() +
+            folder.write(script_name, "#!/bin/bash\nhere='" + folder.path.string() +
                                           "'\ncase \"$*\" in\n" + cases + "\nesac\n");
         std::filesystem::permissions(script, std::filesystem::perms::owner_all);
         extra.executable = DEVSCOUT_PROGRAM;
@@ -198,7 +198,6 @@ TEST(Parent, StartsItsChildrenByAnAwkwardRelativePath)
         extra.folder = parent.folder.path;
         parent.folder.write(path, "#!/bin/sh\necho \"ip: 10.0.0.1 $*\"\n");
         std::filesystem::permissions(parent.folder.path / path, std::filesystem::perms::owner_all);
-        extra.executable = "/bin/sh";
         extra.words = {"sh", "-c", "PATH=.:$PATH; exec -a \"$1\" \"$2\" --nodeq",
                        "sh", path, DEVSCOUT_PROGRAM};
         extra.executable = "/bin/bash";
@@ -216,17 +215,24 @@ TEST(Parent, StartsNoChildByACutCommand)
     EXPECT_EQ(line_count(result.out, "# Total 0 printers found, "), 1U);
 }
 
-TEST(Parent, TakesDescriptorsOfAnyNumber)
+TEST(Parent, TakesManyDescriptorsAndFew)
 {
-    const scripted_parent parent;
-    program_run crowded;
-    crowded.occupied_descriptors = 1100;
-    const program_result result =
-        parent.run(R"("-s --snmp") echo 'ip: 10.0.0.1 snmp: 1,1,0 vendor: V dsc: ""';;
+    const struct {
+        int occupied;
+        int limit;
+    } cases[] = {{1100, 2000}, {0, 11}};
+    for (const auto &c : cases) {
+        const scripted_parent parent;
+        program_run limited;
+        limited.occupied_descriptors = c.occupied;
+        limited.descriptor_limit = c.limit;
+        const program_result result =
+            parent.run(R"("-s --snmp") echo 'ip: 10.0.0.1 snmp: 1,1,0 vendor: V dsc: ""';;
 "-R 10.0.0.1") echo 'ip: 10.0.0.1 dsc: "Model"';;)",
-                   {"--snmp"}, crowded);
-    EXPECT_EQ(line_count(result.out, "ip: 10.0.0.1 "), 1U);
-    EXPECT_NE(result.out.find("dsc: \"Model\""), std::string::npos) << result.out;
+                       {"--snmp"}, limited);
+        EXPECT_EQ(line_count(result.out, "# Total 1 printers found, "), 1U) << c.limit;
+        EXPECT_NE(result.out.find("dsc: \"Model\""), std::string::npos) << result.out;
+    }
 }
 
 TEST(Parent, EchoesLinesInDebugRuns)

@@ -30,10 +30,7 @@ struct pipe_ends {
 
 void occupy_descriptors(int count)
 {
-    const struct rlimit limit = {static_cast<rlim_t>(count) + 1000,
-                                 static_cast<rlim_t>(count) + 1000};
-    setrlimit(RLIMIT_NOFILE, &limit);
-    const int file = open("/dev/null", O_RDONLY);
+    const int file = count > 0 ? open("/dev/null", O_RDONLY) : -1;
     for (int fd = 3; fd < 3 + count; ++fd) {
         if (fcntl(fd, F_GETFD) < 0)
             dup2(file, fd);
@@ -51,8 +48,11 @@ void occupy_descriptors(int count)
     dup2(open("/dev/null", O_RDONLY), STDIN_FILENO);
     dup2(out, STDOUT_FILENO);
     dup2(err, STDERR_FILENO);
-    if (run.occupied_descriptors > 0)
-        occupy_descriptors(run.occupied_descriptors);
+    const auto most = static_cast<rlim_t>(run.descriptor_limit);
+    const struct rlimit limit = {most, most};
+    if (most > 0 && setrlimit(RLIMIT_NOFILE, &limit) != 0)
+        _exit(126);
+    occupy_descriptors(run.occupied_descriptors);
     if (run.folder.empty() || chdir(run.folder.c_str()) == 0)
         execv(run.executable.empty() ? argv[0] : run.executable.c_str(), argv.data());
     _exit(126);

@@ -9,6 +9,7 @@ struct program_run {
     std::string executable;         ///< what is executed; empty: argument 0
     std::string folder;             ///< working directory; empty: the test's
     int occupied_descriptors = 0;   ///< descriptors from 3 on that are taken in the program
+    int descriptor_limit = 0;       ///< how many the program may have; 0: as the test
     bool closed_standard_streams = false;
 };
 

@@ -40,6 +40,10 @@ struct device_record {
     uint8_t scan_info[SCAN_BLOCK_SIZE]; ///< first byte: 0, SCAN_BLOCK_TAG or UNREACHABLE_MARK
 };
 
+static_assert(sizeof device_record::ip == 40 && sizeof device_record::dsc == 96 &&
+              sizeof device_record::vendor == 32 && sizeof device_record::scan_info == 70 &&
+              sizeof device_record::nodeq_text_a == 20 && sizeof device_record::nodeq_text_b == 20);
+
 /// A list whose nodes carry `device_record`s, in the order of first sight.
 using device_list = list_node *;
 

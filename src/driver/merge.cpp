@@ -173,16 +173,16 @@ bool is_block_line(const char *line)
 
 void merge_block_line(const merge_target *target, const char *line, child_slot *slot)
 {
-    if (slot->hex_lines >= BLOCK_LINES)
+    const int32_t number = slot->hex_lines++;
+    if (number >= BLOCK_LINES)
         return;
     device_record *record = device_list_find_or_add(target->devices, slot->target_ip);
     if (record != nullptr) {
-        const size_t offset = BLOCK_LINE_BYTES * static_cast<size_t>(slot->hex_lines);
+        const size_t offset = BLOCK_LINE_BYTES * static_cast<size_t>(number);
         const size_t room = sizeof record->scan_info - offset;
         hex_to_bytes(record->scan_info + offset, room < BLOCK_LINE_BYTES ? room : BLOCK_LINE_BYTES,
                      line);
     }
-    ++slot->hex_lines;
 }
 
 int hex_value(char digit)

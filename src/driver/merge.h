@@ -14,7 +14,7 @@ struct merge_target {
     desc_queue *queue;
     child_slot *slots;
     int scanner;     ///< nonzero: inquire scanners instead of describing printers
-    int debug_level; ///< above 0: description lines are echoed
+    int debug_level; ///< above 0: prints what a record held before each description line
 };
 
 /// Merges a line of a discovery child. The address of a device that an SNMP child (slot 0 or 1)

@@ -61,14 +61,20 @@ bool has_work(const child_slot &slot)
 /// that waits in another slot, ends the wait at once: its turn comes in this pass or the next.
 void wait_for_output(child_slot *slots, int number)
 {
+    // Only open streams: the system refuses more entries than the process may have descriptors.
     struct pollfd streams[CHILD_SLOT_COUNT];
+    nfds_t count = 0;
+    const struct pollfd *own = nullptr;
     for (int i = 0; i < CHILD_SLOT_COUNT; ++i) {
-        const bool open = slots[i].stream != nullptr && slots[i].at_end == 0;
-        streams[i] = {open ? fileno(slots[i].stream) : -1, POLLIN, 0};
+        if (slots[i].stream == nullptr || slots[i].at_end != 0)
+            continue;
+        if (i == number)
+            own = &streams[count];
+        streams[count++] = {fileno(slots[i].stream), POLLIN, 0};
     }
     const bool waits = std::none_of(slots, slots + CHILD_SLOT_COUNT, has_work);
     const struct timespec timeout = {0, waits ? SLOT_WAIT_NS : 0};
-    if (ppoll(streams, CHILD_SLOT_COUNT, &timeout, nullptr) > 0 && streams[number].revents != 0)
+    if (ppoll(streams, count, &timeout, nullptr) > 0 && own != nullptr && own->revents != 0)
         read_output(&slots[number]);
 }
 

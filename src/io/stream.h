@@ -45,6 +45,10 @@ struct file_closer {
 /// A stdio stream that is closed with its owner.
 using file_stream = std::unique_ptr<FILE, file_closer>;
 
-/// Opens a regular file for reading. A folder, a FIFO or a device counts as a file that cannot
-/// be opened, so no planted FIFO can hold the process up. Children do not inherit the descriptor.
+/// Bytes of the largest configuration file that is read.
+constexpr off_t CONFIGURATION_SIZE_MAX = 1 << 20;
+
+/// Opens a configuration file for reading. Whatever is no regular file, and a file of more than
+/// CONFIGURATION_SIZE_MAX bytes, counts as one that cannot be opened, so that no planted FIFO or
+/// sparse file can hold the process up. Children do not inherit the descriptor.
 file_stream open_regular_file(const char *path);

@@ -24,7 +24,7 @@ extern char log_path[PATH_SIZE]; ///< path of the open log file
 void log_open(const char *name);
 
 /// Sets the threshold and opens the log file `path`, truncated; no configuration file is read.
-/// A failure is reported on standard error.
+/// A failure, a symbolic link among them, is reported on standard error.
 void log_open_file(int level, const char *path);
 
 /// Closes the log, and deletes its file if it stayed empty.
