@@ -167,13 +167,23 @@ device_link_lines() # LINES: what `simulator --addresses` printed
     host_neighbour_lines
 }
 
+# Reports the end of a simulator: with its status 3 it has said why itself.
+simulator_end()
+{
+    if (($1 == 3)); then
+        echo told
+    else
+        echo ended the simulator
+    fi
+}
+
 devices_stage()
 {
-    local lines='' agent_pid='' text status
+    local lines='' agent_pid='' text
     quiet_interfaces
     if [[ -n $fleet ]]; then
         lines=$("$simulator" --addresses "$fleet") || {
-            echo told
+            simulator_end $?
             exit
         }
     fi
@@ -195,12 +205,7 @@ devices_stage()
         simulator_pid=$!
         echo simulator $simulator_pid
         wait $simulator_pid
-        status=$?
-        if ((status == 1)); then
-            echo told
-        else
-            echo ended the simulator
-        fi
+        simulator_end $?
     fi
     wait
     # The addresses stay as long as something is in this namespace.

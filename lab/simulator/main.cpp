@@ -25,7 +25,7 @@
 #include "simulator/text.h"
 #include "simulator/udp.h"
 
-constexpr int EXIT_BAD_START = 1; // after a line on standard error
+constexpr int EXIT_BAD_START = 3; // after a line on standard error; lab/inside.bash knows it
 
 struct arguments {
     const char *addresses = nullptr;
