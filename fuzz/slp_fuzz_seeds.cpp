@@ -10,24 +10,22 @@ namespace
 std::vector<std::string> message_seeds()
 {
     const std::string auth = wire_auth("signer", "signature");
-    const std::string url = "service:printer:lpr://10.0.0.1:515/queue";
-    const std::string first = wire_url(url);
-    wire_header too_long;
-    too_long.length = 0xFFFFFF;
+    const std::string first = wire_url("service:printer:lpr://10.0.0.1:515/queue");
+    const std::string whole =
+        wire_reply({first, wire_url("service:printer:raw-tcp://10.0.0.2:9100")});
     return {
-        wire_reply({}, WIRE_XID),
-        wire_reply({url, url, "service:printer:raw-tcp://10.0.0.2:9100"}, WIRE_XID),
-        wire_reply({url}, WIRE_XID, WIRE_OVERFLOW),
-        wire_error(4, WIRE_XID),
-        wire_message({}, wire_entries({wire_url(url, {auth, auth}), first})),
-        wire_message({}, wire_entries({first, wire_url(url, {auth}, 255)})),
-        wire_message({}, wire_entries({first, wire_url(url, {wire_auth("s", "t", 9)})})),
-        wire_message({}, wire_entries({first, wire_url(url, {wire_auth("s", "t", -1, 999)})})),
-        wire_message({}, wire_entries({first, wire_url(url, {}, -1, 65535)})),
-        wire_message({}, wire_entries({first, first}, 65535)),
-        wire_message(too_long, wire_entries({first})),
-        wire_advert("service:directory-agent://10.0.0.9", "default,lab", WIRE_XID),
-        wire_advert("service:directory-agent://10.0.0.9", "default", WIRE_XID, 0, 3),
+        whole,
+        wire_reply({first, first}, WIRE_OVERFLOW),
+        wire_message(WIRE_REPLY, 0, wire_number(4, 2)),
+        wire_reply({wire_url("a", "\2" + auth + auth), first}),
+        wire_reply({first, wire_url("a", "\xff" + auth)}),
+        wire_reply({first, wire_url("a", "\1" + wire_with(auth, BLOCK_FIELD, 9))}),
+        wire_reply({first, wire_url("a", "\1" + wire_with(auth, SIGNER_FIELD, 999))}),
+        wire_reply({first, wire_with(first, URL_FIELD, 65535)}),
+        wire_with(whole, COUNT_FIELD, 65535),
+        wire_with(whole, LENGTH_FIELD, 0xFFFFFF),
+        wire_advert("service:directory-agent://10.0.0.9", "default,lab"),
+        wire_advert("service:directory-agent://10.0.0.9", "default", 0, 3),
     };
 }
 

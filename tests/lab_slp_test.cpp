@@ -1,6 +1,7 @@
 // The SLP method of the built program in the lab network.
 #include "program.h"
 #include "scratch.h"
+#include "slp_encoder.h"
 
 #include <gtest/gtest.h>
 
@@ -40,16 +41,6 @@ std::vector<std::pair<std::string, std::string>> slp_requests(const std::string 
             found.emplace_back(destination, bytes);
     }
     return found;
-}
-
-/// A string of a request: two bytes of length, then the text. Advances `offset` behind it.
-std::string wire_text(const std::string &bytes, size_t *offset)
-{
-    const size_t length = static_cast<size_t>(static_cast<unsigned char>(bytes.at(*offset))) << 8 |
-                          static_cast<unsigned char>(bytes.at(*offset + 1));
-    const std::string text = bytes.substr(*offset + 2, length);
-    *offset += 2 + length;
-    return text;
 }
 
 } // namespace
@@ -99,28 +90,21 @@ TEST(LabSlp, SendsRequestsThatAnAgentAccepts)
     const struct {
         const char *type;
         const char *responders;
-    } expected[] = {
-        {"service:directory-agent", ""},
-        {"service:directory-agent", ""},
-        {"service:printer", ""},
-        {"service:printer", "10.9.1.1"},
-    };
+    } expected[] = {{"service:directory-agent", ""},
+                    {"service:directory-agent", ""},
+                    {"service:printer", ""},
+                    {"service:printer", "10.9.1.1"}};
     ASSERT_EQ(sent.size(), std::size(expected));
     for (size_t i = 0; i < sent.size(); ++i) {
         const std::string &bytes = sent[i].second;
         EXPECT_EQ(sent[i].first, "239.255.255.253:427");
-        EXPECT_EQ(bytes.substr(0, 10),
-                  std::string({2, 1, 0, 0, static_cast<char>(bytes.size()), 0x20, 0, 0, 0, 0}))
-            << "version, function, length, request-multicast flag, no extension";
-        EXPECT_EQ(bytes.substr(10, 2), sent[i / 2 * 2].second.substr(10, 2)) << "one XID a search";
-        size_t offset = 12;
-        EXPECT_EQ(wire_text(bytes, &offset), "en");
-        EXPECT_EQ(wire_text(bytes, &offset), expected[i].responders);
-        EXPECT_EQ(wire_text(bytes, &offset), expected[i].type);
-        EXPECT_EQ(wire_text(bytes, &offset), "default");
-        EXPECT_EQ(wire_text(bytes, &offset), "") << "no predicate";
-        EXPECT_EQ(wire_text(bytes, &offset), "") << "no security parameter index";
-        EXPECT_EQ(offset, bytes.size());
+        EXPECT_EQ(wire_request_texts(bytes),
+                  (std::vector<std::string>{"en", expected[i].responders, expected[i].type,
+                                            "default", "", ""}));
+        EXPECT_EQ(wire_number_at(bytes, FLAGS_FIELD), 0x2000U) << "request multicast";
+        EXPECT_EQ(wire_number_at(bytes, XID_FIELD),
+                  wire_number_at(sent[i / 2 * 2].second, XID_FIELD))
+            << "one number a search";
     }
 }
 

@@ -2,31 +2,46 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
 #include <string>
 #include <vector>
 
-constexpr int WIRE_REPLY = 2;
-constexpr int WIRE_ADVERT = 8;
-constexpr int WIRE_OVERFLOW = 0x8000;
-constexpr int WIRE_XID = 0x1234;
+constexpr size_t WIRE_REPLY = 2;
+constexpr size_t WIRE_ADVERT = 8;
+constexpr size_t WIRE_OVERFLOW = 0x8000;
+constexpr size_t WIRE_XID = 0x1234; ///< of all messages made here
 
-/// The fields of a header; a test changes those that shall lie.
-struct wire_header {
-    int version = 2;
-    int function = WIRE_REPLY;
-    int length = -1; ///< -1: the true one
-    int flags = 0;
-    int xid = WIRE_XID;
-    std::string language = "en";
-    int language_length = -1; ///< -1: the true one
+/// Where a number stands: offset and width in bytes.
+struct wire_field {
+    size_t at, width;
 };
 
-inline std::string wire_number(size_t number, int width)
+constexpr wire_field VERSION_FIELD = {0, 1}, FUNCTION_FIELD = {1, 1}, LENGTH_FIELD = {2, 3};
+constexpr wire_field FLAGS_FIELD = {5, 2}, XID_FIELD = {10, 2}, LANGUAGE_FIELD = {12, 2};
+/// In replies, the language being "en".
+constexpr wire_field ERROR_FIELD = {16, 2}, COUNT_FIELD = {18, 2};
+/// In URL entries and in authentication blocks, from their own beginning.
+constexpr wire_field URL_FIELD = {3, 2}, BLOCK_FIELD = {2, 2}, SIGNER_FIELD = {8, 2};
+
+inline std::string wire_number(size_t number, size_t width)
 {
     std::string bytes;
-    for (int shift = 8 * (width - 1); shift >= 0; shift -= 8)
-        bytes += static_cast<char>((number >> shift) & 0xff);
+    for (size_t shift = 8 * width; shift > 0; shift -= 8)
+        bytes += static_cast<char>(number >> (shift - 8) & 0xff);
+    return bytes;
+}
+
+inline size_t wire_number_at(const std::string &bytes, wire_field field)
+{
+    size_t number = 0;
+    for (size_t i = 0; i < field.width; ++i)
+        number = number << 8 | static_cast<unsigned char>(bytes.at(field.at + i));
+    return number;
+}
+
+/// The bytes with one number in them replaced, to make a message lie.
+inline std::string wire_with(std::string bytes, wire_field field, size_t number)
+{
+    bytes.replace(field.at, field.width, wire_number(number, field.width));
     return bytes;
 }
 
@@ -35,116 +50,56 @@ inline std::string wire_text(const std::string &text)
     return wire_number(text.size(), 2) + text;
 }
 
-inline size_t wire_or(int stated, size_t truth)
+inline std::string wire_message(size_t function, size_t flags, const std::string &body)
 {
-    return stated < 0 ? truth : static_cast<size_t>(stated);
+    return wire_number(2, 1) + wire_number(function, 1) + wire_number(16 + body.size(), 3) +
+           wire_number(flags, 2) + wire_number(0, 3) + wire_number(WIRE_XID, 2) + wire_text("en") +
+           body;
 }
 
-inline std::string wire_message(const wire_header &header, const std::string &body)
+inline std::string wire_auth(const std::string &signer, const std::string &signature)
 {
-    const size_t truth = 14 + header.language.size() + body.size();
-    return wire_number(static_cast<size_t>(header.version), 1) +
-           wire_number(static_cast<size_t>(header.function), 1) +
-           wire_number(wire_or(header.length, truth), 3) +
-           wire_number(static_cast<size_t>(header.flags), 2) + std::string(3, '\0') +
-           wire_number(static_cast<size_t>(header.xid), 2) +
-           wire_number(wire_or(header.language_length, header.language.size()), 2) +
-           header.language + body;
+    return wire_number(2, 2) + wire_number(10 + signer.size() + signature.size(), 2) +
+           wire_number(99, 4) + wire_text(signer) + signature;
 }
 
-/// One authentication block; the lengths can be made to lie.
-inline std::string wire_auth(const std::string &signer, const std::string &signature,
-                             int length = -1, int signer_length = -1)
+/// A URL entry; `signatures` are the number of authentication blocks and the blocks.
+inline std::string wire_url(const std::string &url, const std::string &signatures = {'\0'})
 {
-    const size_t truth = 10 + signer.size() + signature.size();
-    return wire_number(2, 2) + wire_number(wire_or(length, truth), 2) + wire_number(99, 4) +
-           wire_number(wire_or(signer_length, signer.size()), 2) + signer + signature;
+    return wire_number(0, 1) + wire_number(300, 2) + wire_text(url) + signatures;
 }
 
-inline std::string wire_url(const std::string &url, const std::vector<std::string> &auths = {},
-                            int auth_count = -1, int url_length = -1, size_t lifetime = 300)
+/// A reply with entries made by wire_url.
+inline std::string wire_reply(const std::vector<std::string> &entries, size_t flags = 0)
 {
-    std::string entry = wire_number(0, 1) + wire_number(lifetime, 2) +
-                        wire_number(wire_or(url_length, url.size()), 2) + url +
-                        wire_number(wire_or(auth_count, auths.size()), 1);
-    for (const std::string &auth : auths)
-        entry += auth;
-    return entry;
-}
-
-/// The body of a reply from entries made by wire_url.
-inline std::string wire_entries(const std::vector<std::string> &entries, int count = -1,
-                                size_t error = 0)
-{
-    std::string body = wire_number(error, 2) + wire_number(wire_or(count, entries.size()), 2);
+    std::string body = wire_number(0, 2) + wire_number(entries.size(), 2);
     for (const std::string &entry : entries)
         body += entry;
-    return body;
+    return wire_message(WIRE_REPLY, flags, body);
 }
 
-/// A faultless reply with the given URLs.
-inline std::string wire_reply(const std::vector<std::string> &urls, int xid, int flags = 0)
-{
-    std::string body = wire_entries({}, static_cast<int>(urls.size()));
-    for (const std::string &url : urls)
-        body += wire_url(url);
-    wire_header header;
-    header.xid = xid;
-    header.flags = flags;
-    return wire_message(header, body);
-}
-
-/// A reply that holds nothing but an error code.
-inline std::string wire_error(size_t error, int xid)
-{
-    wire_header header;
-    header.xid = xid;
-    return wire_message(header, wire_number(error, 2));
-}
-
-inline std::string wire_advert(const std::string &url, const std::string &scopes, int xid,
+inline std::string wire_advert(const std::string &url, const std::string &scopes,
                                size_t timestamp = 1000, size_t error = 0)
 {
-    wire_header header;
-    header.function = WIRE_ADVERT;
-    header.xid = xid;
-    return wire_message(header, wire_number(error, 2) + wire_number(timestamp, 4) + wire_text(url) +
-                                    wire_text(scopes) + wire_text("(a=b)") + wire_text("") +
-                                    wire_number(0, 1));
+    return wire_message(WIRE_ADVERT, 0,
+                        wire_number(error, 2) + wire_number(timestamp, 4) + wire_text(url) +
+                            wire_text(scopes) + wire_text("(a=b)") + wire_text("") + '\0');
 }
 
-/// A request as an agent reads it; `valid` only when every byte of it is accounted for.
-struct wire_request {
-    bool valid = false;
-    size_t flags = 0;
-    int xid = 0;
-    std::string language, responders, type, scopes, filter, signer;
-};
-
-inline size_t wire_number_at(const std::string &bytes, size_t offset, size_t width)
+/// The texts of a request: language, responders, type, scopes, filter and signer. Nothing but
+/// "invalid" unless every byte of it is accounted for.
+inline std::vector<std::string> wire_request_texts(const std::string &bytes)
 {
-    size_t number = 0;
-    for (size_t i = 0; i < width; ++i)
-        number = number << 8 | static_cast<unsigned char>(bytes.at(offset + i));
-    return number;
-}
-
-inline wire_request wire_read_request(const std::string &bytes)
-{
-    wire_request request;
-    if (bytes.size() < 16 || wire_number_at(bytes, 0, 2) != 0x0201 ||
-        wire_number_at(bytes, 2, 3) != bytes.size() || wire_number_at(bytes, 7, 3) != 0)
-        return request;
-    request.flags = wire_number_at(bytes, 5, 2);
-    request.xid = static_cast<int>(wire_number_at(bytes, 10, 2));
-    size_t at = 12;
-    for (std::string *text : {&request.language, &request.responders, &request.type,
-                              &request.scopes, &request.filter, &request.signer}) {
-        if (at + 2 > bytes.size() || at + 2 + wire_number_at(bytes, at, 2) > bytes.size())
-            return request;
-        *text = bytes.substr(at + 2, wire_number_at(bytes, at, 2));
-        at += 2 + text->size();
+    if (bytes.size() < 16 || wire_number_at(bytes, {0, 2}) != 0x0201 ||
+        wire_number_at(bytes, LENGTH_FIELD) != bytes.size() || wire_number_at(bytes, {7, 3}) != 0)
+        return {"invalid"};
+    std::vector<std::string> texts(6);
+    size_t at = LANGUAGE_FIELD.at;
+    for (std::string &text : texts) {
+        if (at + 2 > bytes.size() || at + 2 + wire_number_at(bytes, {at, 2}) > bytes.size())
+            return {"invalid"};
+        text = bytes.substr(at + 2, wire_number_at(bytes, {at, 2}));
+        at += 2 + text.size();
     }
-    request.valid = at == bytes.size();
-    return request;
+    return at == bytes.size() ? texts : std::vector<std::string>{"invalid"};
 }

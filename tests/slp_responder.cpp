@@ -1,30 +1,43 @@
-// Agents for the tests, played by one thread, and searches that see nothing but them.
+// Agents for the tests, and searches that see nothing but them.
 #include "slp_responder.h"
 
-#include "io/wait.h"
+#include "io/stream.h"
 #include "slp/agent/agent.h"
+#include "slp/agent/slp.h"
 
 #include <algorithm>
 #include <arpa/inet.h>
+#include <cstring>
+#include <future>
 #include <gtest/gtest.h>
 #include <poll.h>
+#include <sstream>
 #include <sys/socket.h>
 
 namespace
 {
 
-constexpr size_t PIECE_SIZE = 7;
+constexpr size_t PIECE_SIZE = 7; // of what is sent over TCP
+constexpr char URL[] = "service:printer:lpr://10.0.0.1/";
+const std::vector<std::string> USUAL_TEXTS = {"", "en", "service:printer", "default"};
 
-/// Opens a socket bound to an address; its port is left in `port`. Returns -1 where it is taken.
-int bind_new(int type, const std::string &address, uint16_t *port)
+struct played_agents {
+    const std::vector<exchange> &talk;
+    std::vector<std::string> heard;
+    uint16_t port;
+    descriptor sockets[6]; ///< UDP and TCP of each address
+};
+
+/// The last number of the sender's address, and the bytes.
+using played_answer = std::pair<std::string, std::string>;
+
+/// Opens a socket bound to 127.0.0.`last`; leaves its port in `port`. Returns -1 where it is taken.
+int bind_new(int type, const std::string &last, uint16_t *port)
 {
     descriptor opened(socket(AF_INET, type | SOCK_CLOEXEC, 0));
-    const int on = 1;
-    struct sockaddr_in own = {AF_INET, htons(*port), {inet_addr(address.c_str())}, {}};
+    struct sockaddr_in own = {AF_INET, htons(*port), {inet_addr(("127.0.0." + last).c_str())}, {}};
     auto *plain = reinterpret_cast<struct sockaddr *>(&own);
     socklen_t size = sizeof own;
-    if (type == SOCK_STREAM)
-        setsockopt(opened.fd, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
     if (bind(opened.fd, plain, size) != 0 || getsockname(opened.fd, plain, &size) != 0 ||
         (type == SOCK_STREAM && listen(opened.fd, 8) != 0))
         return -1;
@@ -32,173 +45,157 @@ int bind_new(int type, const std::string &address, uint16_t *port)
     return opened.release();
 }
 
-/// The port that the system chooses for the first socket can be taken on the other addresses.
-bool listen_on_all(slp_responder *responder)
+/// Mostly, the port that the system chooses for the first socket is free on the other addresses.
+bool listen_on_all(played_agents *agents)
 {
-    responder->port = 0;
-    for (size_t i = 0; i < 3; ++i) {
-        const std::string address = "127.0.0." + std::to_string(i + 1);
-        responder->udp[i].reset(bind_new(SOCK_DGRAM, address, &responder->port));
-        responder->tcp[i].reset(bind_new(SOCK_STREAM, address, &responder->port));
-        if (responder->udp[i].fd < 0 || responder->tcp[i].fd < 0)
+    agents->port = 0;
+    for (size_t i = 0; i < std::size(agents->sockets); ++i) {
+        const int type = i % 2 == 0 ? SOCK_DGRAM : SOCK_STREAM;
+        agents->sockets[i].reset(bind_new(type, std::to_string(i / 2 + 1), &agents->port));
+        if (agents->sockets[i].fd < 0)
             return false;
     }
     return true;
 }
 
-played_answers hear(slp_responder *responder, size_t listener, const std::string &bytes,
-                    bool over_tcp)
+std::string reply(const std::string &brief)
 {
-    responder->heard.push_back({wire_read_request(bytes), static_cast<int>(listener) + 1, over_tcp,
-                                responder->heard.size()});
-    return responder->script(responder->heard.back());
+    const auto has = [&brief](char mark) { return brief.find(mark) != std::string::npos; };
+    if (has('!'))
+        return wire_message(WIRE_REPLY, 0, wire_number(4, 2));
+    std::vector<std::string> entries;
+    for (const char letter : brief)
+        if (letter >= 'A' && letter <= 'C')
+            entries.push_back(wire_url(std::string(URL) + letter));
+    std::string whole = wire_reply(entries, has('+') ? WIRE_OVERFLOW : 0);
+    if (has('?'))
+        whole = wire_with(whole, XID_FIELD, WIRE_XID + 1);
+    return whole.substr(0, whole.size() - (has('<') ? 1 : 0));
 }
 
-void serve_udp(slp_responder *responder, size_t listener)
+/// Notes a request and returns its answers, which carry its transaction number.
+std::vector<played_answer> hear(played_agents *agents, const std::string &way,
+                                const std::string &listener, const std::string &request)
 {
-    const int fd = responder->udp[listener].fd;
+    std::string seen = way + listener;
+    for (const std::string &text : wire_request_texts(request))
+        if (std::count(USUAL_TEXTS.begin(), USUAL_TEXTS.end(), text) == 0)
+            seen += " " + text;
+    agents->heard.push_back(seen);
+    std::vector<played_answer> answers;
+    if (agents->heard.size() > agents->talk.size())
+        return answers;
+    const exchange &current = agents->talk[agents->heard.size() - 1];
+    for (const std::string &message : current.messages)
+        answers.emplace_back("2", message);
+    std::istringstream replies(current.replies);
+    for (std::string brief; replies >> brief;) {
+        const size_t at = brief.find('@');
+        answers.emplace_back(at == std::string::npos ? listener : brief.substr(at + 1),
+                             reply(brief));
+    }
+    const size_t xid = wire_number_at(request, XID_FIELD);
+    EXPECT_NE(xid, 0U);
+    for (auto &[sender, bytes] : answers)
+        if (bytes.size() >= XID_FIELD.at + XID_FIELD.width)
+            bytes = wire_with(bytes, XID_FIELD, wire_number_at(bytes, XID_FIELD) ^ WIRE_XID ^ xid);
+    return answers;
+}
+
+void serve_udp(played_agents *agents, int fd, const std::string &listener)
+{
     std::string bytes(65536, '\0');
     struct sockaddr_in requester = {};
     auto *plain = reinterpret_cast<struct sockaddr *>(&requester);
     socklen_t size = sizeof requester;
-    const ssize_t count = recvfrom(fd, bytes.data(), bytes.size(), 0, plain, &size);
-    bytes.resize(static_cast<size_t>(std::max<ssize_t>(count, 0)));
-    for (const played_answer &answer : hear(responder, listener, bytes, false)) {
+    bytes.resize(static_cast<size_t>(recvfrom(fd, bytes.data(), bytes.size(), 0, plain, &size)));
+    const bool to_group = wire_number_at(bytes, FLAGS_FIELD) == 0x2000;
+    for (const auto &[sender, answer] :
+         hear(agents, to_group ? "group " : "udp ", listener, bytes)) {
         uint16_t any_port = 0;
-        const descriptor other(
-            answer.sender.empty() ? -1 : bind_new(SOCK_DGRAM, answer.sender, &any_port));
-        sendto(other.fd >= 0 ? other.fd : fd, answer.bytes.data(), answer.bytes.size(), 0, plain,
-               size);
+        const bool is_own = sender == listener;
+        const descriptor other(is_own ? -1 : bind_new(SOCK_DGRAM, sender, &any_port));
+        sendto(is_own ? fd : other.fd, answer.data(), answer.size(), 0, plain, size);
     }
 }
 
-void serve_tcp(slp_responder *responder, size_t listener)
+/// A client that sends less than it announces gives up in the end, which ends the wait for it.
+void serve_tcp(played_agents *agents, int fd, const std::string &listener)
 {
-    const descriptor peer(accept4(responder->tcp[listener].fd, nullptr, nullptr, SOCK_CLOEXEC));
-    std::string bytes;
-    while (bytes.size() < 5 || bytes.size() < wire_number_at(bytes, 2, 3)) {
-        char piece[4096];
-        const ssize_t count = wait_for(peer.fd, POLLIN, 5 * MICROSECONDS_PER_SECOND) == 1
-                                  ? recv(peer.fd, piece, sizeof piece, 0)
-                                  : 0;
-        if (count <= 0)
-            return;
-        bytes.append(piece, static_cast<size_t>(count));
-    }
-    for (const played_answer &answer : hear(responder, listener, bytes, true))
-        for (size_t at = 0; at < answer.bytes.size(); at += PIECE_SIZE)
-            send(peer.fd, answer.bytes.data() + at, std::min(PIECE_SIZE, answer.bytes.size() - at),
+    const descriptor peer(accept4(fd, nullptr, nullptr, SOCK_CLOEXEC));
+    std::string bytes(LENGTH_FIELD.at + LENGTH_FIELD.width, '\0');
+    recv(peer.fd, bytes.data(), bytes.size(), MSG_WAITALL | MSG_PEEK);
+    bytes.resize(wire_number_at(bytes, LENGTH_FIELD));
+    recv(peer.fd, bytes.data(), bytes.size(), MSG_WAITALL);
+    for (const auto &[sender, answer] : hear(agents, "tcp ", listener, bytes))
+        for (size_t at = 0; at < answer.size(); at += PIECE_SIZE)
+            send(peer.fd, answer.data() + at, std::min(PIECE_SIZE, answer.size() - at),
                  MSG_NOSIGNAL);
 }
 
-void play(slp_responder *responder)
+/// Waits for all sockets at once: a request to the group that is not waited upon for long is still
+/// heard before the next one to an agent.
+void serve_for_a_moment(played_agents *agents)
 {
-    for (;;) {
-        std::vector<struct pollfd> waited = {{responder->stop_reader.fd, POLLIN, 0}};
-        for (size_t i = 0; i < 3; ++i) {
-            waited.push_back({responder->udp[i].fd, POLLIN, 0});
-            waited.push_back({responder->tcp[i].fd, POLLIN, 0});
-        }
-        if (poll(waited.data(), waited.size(), -1) < 0 || waited[0].revents != 0)
-            return;
-        for (size_t i = 0; i < 3; ++i) {
-            if (waited[1 + 2 * i].revents != 0)
-                serve_udp(responder, i);
-            if (waited[2 + 2 * i].revents != 0)
-                serve_tcp(responder, i);
-        }
-    }
+    struct pollfd waited[6] = {};
+    for (size_t i = 0; i < std::size(waited); ++i)
+        waited[i] = {agents->sockets[i].fd, POLLIN, 0};
+    poll(waited, std::size(waited), 10);
+    for (size_t i = 0; i < std::size(waited); ++i)
+        if (waited[i].revents != 0)
+            (i % 2 == 0 ? serve_udp : serve_tcp)(agents, waited[i].fd, std::to_string(i / 2 + 1));
 }
 
 struct told_calls {
     std::string text;
-    size_t count;
-    size_t most;
+    size_t left; ///< calls until the one that is refused
 };
 
-SLPBoolean note_call(SLPHandle /*handle*/, const char *url, unsigned short lifetime, SLPError code,
+SLPBoolean note_call(SLPHandle handle, const char *url, unsigned short lifetime, SLPError code,
                      void *cookie)
 {
+    // What a callback calls leaves the search alone.
+    EXPECT_EQ(SLPFindSrvs(handle, "service:x", nullptr, nullptr, note_call, cookie),
+              SLP_HANDLE_IN_USE);
+    SLPClose(handle);
     auto *told = static_cast<told_calls *>(cookie);
-    EXPECT_TRUE(code == SLP_OK ? lifetime == 300 : url == nullptr);
-    const std::string text = code == SLP_LAST_CALL ? "last"
-                             : code != SLP_OK      ? "code"
-                             : url == URL_A        ? "A"
-                             : url == URL_B        ? "B"
-                             : url == URL_C        ? "C"
-                                                   : url;
-    told->text += text + " ";
-    return ++told->count < told->most ? SLP_TRUE : SLP_FALSE;
+    EXPECT_TRUE(code == SLP_OK ? lifetime == 300 : code == SLP_LAST_CALL && url == nullptr);
+    const std::string text = url != nullptr ? url : "last";
+    told->text += (text.rfind(URL, 0) == 0 ? text.substr(strlen(URL)) : text) + " ";
+    return --told->left > 0 ? SLP_TRUE : SLP_FALSE;
 }
 
 } // namespace
 
-slp_responder::slp_responder(responder_script played) : script(std::move(played))
+std::string search(const std::vector<exchange> &talk, const slp_configure &configure,
+                   size_t refused)
 {
-    bool listens = false;
-    for (int attempt = 0; attempt < 50 && !listens; ++attempt)
-        listens = listen_on_all(this);
-    EXPECT_TRUE(listens);
-    int ends[2] = {-1, -1};
-    EXPECT_EQ(pipe(ends), 0);
-    stop_reader.reset(ends[0]);
-    stop_writer.reset(ends[1]);
-    thread = std::thread(play, this);
-}
-
-const std::vector<heard_request> &slp_responder::stop()
-{
-    stop_writer.reset();
-    if (thread.joinable())
-        thread.join();
-    return heard;
-}
-
-texts shown(const std::vector<heard_request> &heard)
-{
-    texts lines;
-    for (const heard_request &one : heard) {
-        const char *way = one.over_tcp ? "tcp " : one.request.flags == 0x2000 ? "group " : "udp ";
-        const bool for_agents = one.request.type == "service:directory-agent";
-        lines.push_back(way + std::to_string(one.listener) + (for_agents ? " da " : " ") +
-                        one.request.responders);
-    }
-    return lines;
-}
-
-std::string reply(const std::string &brief, const heard_request &heard)
-{
-    const auto has = [&brief](char mark) { return brief.find(mark) != std::string::npos; };
-    const int xid = heard.request.xid ^ (has('?') ? 1 : 0);
-    if (has('!'))
-        return wire_error(4, xid);
-    texts urls;
-    if (has('A'))
-        urls.push_back(URL_A);
-    if (has('B'))
-        urls.push_back(URL_B);
-    if (has('C'))
-        urls.push_back(URL_C);
-    const std::string whole = wire_reply(urls, xid, has('+') ? WIRE_OVERFLOW : 0);
-    return whole.substr(0, whole.size() - (has('<') ? 1 : 0));
-}
-
-local_handle::local_handle(uint16_t port)
-{
+    played_agents agents = {talk, {}, 0, {}};
+    int attempts = 1;
+    while (!listen_on_all(&agents) && attempts < 50)
+        ++attempts;
+    EXPECT_LT(attempts, 50);
+    SLPHandle handle = nullptr;
     EXPECT_EQ(SLPOpen("en", SLP_FALSE, &handle), SLP_OK);
-    settings = &static_cast<slp_agent *>(handle)->settings;
-    *settings = {{}, "127.0.0.1", "127.0.0.1", port};
-    properties = &settings->properties;
-    properties->interfaces = {"127.0.0.1"};
-    properties->active_da_detection = false;
-    properties->multicast_timeouts = {4, {300, 300, 300, 300}};
-    properties->da_discovery_timeouts = properties->multicast_timeouts;
-}
-
-std::string search(const local_handle &local, size_t most)
-{
-    told_calls told = {"", 0, most};
-    const SLPError code =
-        SLPFindSrvs(local.handle, "service:printer", nullptr, nullptr, note_call, &told);
-    return told.text + std::to_string(code);
+    slp_settings *settings = &static_cast<slp_agent *>(handle)->settings;
+    *settings = {{}, "127.0.0.1", "127.0.0.1", agents.port};
+    settings->properties.interfaces = {"127.0.0.1"};
+    settings->properties.active_da_detection = false;
+    settings->properties.multicast_timeouts = {4, {300, 300, 300, 300}};
+    settings->properties.da_discovery_timeouts = {4, {300, 300, 300, 300}};
+    if (configure)
+        configure(settings);
+    told_calls told = {"", refused};
+    auto code = std::async(std::launch::async, [handle, &told] {
+        return SLPFindSrvs(handle, "service:printer", nullptr, nullptr, note_call, &told);
+    });
+    while (code.wait_for(std::chrono::seconds(0)) != std::future_status::ready)
+        serve_for_a_moment(&agents);
+    SLPClose(handle);
+    std::vector<std::string> expected;
+    expected.reserve(talk.size());
+    for (const exchange &each : talk)
+        expected.push_back(each.request);
+    EXPECT_EQ(agents.heard, expected);
+    return told.text + std::to_string(code.get());
 }
