@@ -127,6 +127,9 @@ TEST(LabSlp, AsksDirectoryAgents)
         {"slp.da", "net.slp.activeDADetection = false\n", announced("10.9.1.2", "1,1,0,0"), true,
          false},
         {"slp.da slp.scopes=other", "", announced("10.9.1.2", "1,1,0,0"), true, false},
+        // The agent serves one of the two scopes: the other is searched by multicast.
+        {"slp.da slp.scopes=other", "net.slp.useScopes = other,default\n",
+         announced("10.9.1.1", "1,0,1,0") + announced("10.9.1.2", "1,1,0,0"), true, false},
     };
     for (const auto &c : cases) {
         const scratch_folder etc;

@@ -1,5 +1,4 @@
 // The lists: keys, order, cutting, and who owns what.
-#include "driver/desc_queue.h"
 #include "driver/device_list.h"
 
 #include <gtest/gtest.h>
@@ -49,31 +48,4 @@ TEST(DeviceList, CutsALongKeyAndDoesNotFindItAgain)
     EXPECT_NE(device_list_find_or_add(&list, key.c_str()), first);
     EXPECT_EQ(keys(list).size(), 2U);
     list_free(&list);
-}
-
-TEST(List, RemovesMatchesAtHeadMiddleAndTail)
-{
-    device_list list;
-    list_init(&list);
-    for (const char *ip : {"fe80::1", "10.0.0.1", "fe80::2", "fe80::3", "10.0.0.2", "fe80::4"})
-        device_list_find_or_add(&list, ip);
-    list_remove_if(&list, [](const void *data) {
-        return static_cast<const device_record *>(data)->ip[0] == 'f';
-    });
-    EXPECT_EQ(keys(list), (std::vector<std::string>{"10.0.0.1", "10.0.0.2"}));
-    list_free(&list);
-}
-
-TEST(DescQueue, KeepsTheFirstRequestForAnAddress)
-{
-    desc_queue queue;
-    list_init(&queue);
-    desc_request *entry = desc_queue_add(&queue, "10.0.0.5", 1);
-    EXPECT_EQ(entry->describe, 0);
-    entry->started = 1;
-    EXPECT_EQ(desc_queue_add(&queue, "10.0.0.5", 0), entry);
-    EXPECT_EQ(entry->describe, 0);
-    EXPECT_EQ(entry->started, 1);
-    EXPECT_EQ(desc_queue_add(&queue, "10.0.0.6", 0)->describe, 1);
-    list_free(&queue);
 }

@@ -74,17 +74,6 @@ std::string desc_line(const std::string &dsc)
 
 } // namespace
 
-TEST(MergeDiscovery, TakesAPrinterAndQueuesIt)
-{
-    parent p;
-    p.read(SNMP_SLOT, device_line("1,1,0", "Taliven", ""));
-    EXPECT_EQ(p.first(), device_line("1,1,0", "Taliven", ""));
-    ASSERT_EQ(p.queued(), 1U);
-    const auto *request = static_cast<desc_request *>(p.queue->data);
-    EXPECT_STREQ(request->ip, "10.0.0.5");
-    EXPECT_EQ(request->describe, 1);
-}
-
 TEST(MergeDiscovery, QueuesOnlyWhatAnSnmpChildReportsWithoutARealDescription)
 {
     const struct {
@@ -293,14 +282,4 @@ TEST(HexToBytes, DecodesPairs)
         const size_t count = hex_to_bytes(bytes, c.maximum, c.text);
         EXPECT_EQ(std::string(bytes, bytes + count), c.bytes) << c.text;
     }
-}
-
-TEST(FinishDescriptions, BlanksTheFirstMark)
-{
-    parent p;
-    strncpy(p.find("a")->dsc, "#[N] #2", DSC_SIZE - 1);
-    strncpy(p.find("b")->dsc, "Laser#[N]", DSC_SIZE - 1);
-    finish_descriptions(&p.devices);
-    EXPECT_STREQ(p.find("a")->dsc, " [N] #2");
-    EXPECT_STREQ(p.find("b")->dsc, "Laser [N]");
 }

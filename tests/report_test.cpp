@@ -48,17 +48,6 @@ TEST(Report, ListsPrintersInOrderWithoutTheUnreachable)
                   "# Total 2 printers found, -5s elapsed\n");
 }
 
-TEST(Report, ListsScannersWithTheirBlocks)
-{
-    const three_devices devices;
-    const std::string zeros = "00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00\n";
-    EXPECT_EQ(printed_by([&] { print_report(devices.list, time(nullptr) + 5, 1); }),
-              std::string(HEADER) +
-                  "ip: 2001:db8:9::1:2:3 slp: 0,0,0,0 snmp: 0,0,0 vendor: Taliven dsc: \"\"\n" +
-                  "a8" + zeros.substr(2) + zeros + zeros + zeros +
-                  "00 00 00 00 00 00\n# Total 1 scanners found, -5s elapsed\n");
-}
-
 TEST(Report, LetsNoDeviceForgeALine)
 {
     device_record record = {};

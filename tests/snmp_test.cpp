@@ -1,4 +1,4 @@
-// What is made of SNMP answers before the text rules: objects, values, addresses, times.
+// What is made of SNMP answers before the text rules: values, addresses, collection.
 #include "capture.h"
 #include "io/wait.h"
 #include "snmp/collect.h"
@@ -6,7 +6,6 @@
 #include "snmp/peer.h"
 #include "snmp/snmp_discovery.h"
 #include "snmp/snmp_session.h"
-#include "snmp/timeval.h"
 
 #include <gtest/gtest.h>
 
@@ -137,33 +136,6 @@ TEST(SnmpPeer, IsTheBracketedTextBehindItsMark)
         extract_peer_ip(ip, c.text, sizeof ip);
         EXPECT_STREQ(ip, c.ip) << c.text;
     }
-}
-
-TEST(Timeval, NormalizesAndSubtracts)
-{
-    const struct {
-        struct timeval from;
-        struct timeval to;
-        int result;
-        struct timeval difference;
-    } cases[] = {
-        {{1, 900000}, {3, 100000}, 0, {1, 200000}},
-        {{1, 5}, {1, 5}, 0, {0, 0}},
-        {{1, 6}, {1, 5}, -1, {0, 0}},
-        {{0, 1500000}, {2, 0}, 0, {0, 500000}},
-        {{2, 0}, {0, 2500000}, 0, {0, 500000}},
-        {{3, 0}, {2, 999999}, -1, {0, 0}},
-    };
-    for (const auto &c : cases) {
-        struct timeval difference = {};
-        EXPECT_EQ(timeval_subtract(&c.from, &c.to, &difference), c.result);
-        EXPECT_EQ(difference.tv_sec, c.difference.tv_sec);
-        EXPECT_EQ(difference.tv_usec, c.difference.tv_usec);
-        EXPECT_EQ(timeval_subtract(&c.from, &c.to, nullptr), c.result);
-    }
-    const struct timeval time = {};
-    EXPECT_EQ(timeval_subtract(nullptr, &time, nullptr), -1);
-    EXPECT_EQ(timeval_normalize(&time, nullptr), -1);
 }
 
 TEST(DescriptionQuery, SortsAnswersByTheirObject)
