@@ -32,8 +32,8 @@ struct oem_config {
     int32_t update_printer_group;
 };
 
-static_assert(sizeof oem_config::program_dir == 4096 && sizeof oem_config::plugins == 5 * 4096 &&
-              sizeof oem_config::url == 256 && sizeof oem_config::models == 32 * 16);
+static_assert(sizeof oem_config::program_dir == 4096 && sizeof oem_config::plugins == 20480 &&
+              sizeof oem_config::url == 256 && sizeof oem_config::models == 512);
 
 extern oem_config actx;
 
