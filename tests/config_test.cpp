@@ -72,16 +72,6 @@ TEST(Paths, KeepsThePathAsGivenWhereTheWorkingDirectoryIsGone)
     EXPECT_EQ(chdir(before.c_str()), 0);
 }
 
-TEST(Paths, JoinsWithOneSlashAndCuts)
-{
-    EXPECT_STREQ(path_join_static("/opt/app", "OEM.ini"), "/opt/app/OEM.ini");
-    EXPECT_STREQ(path_join_static("/opt/app/", "OEM.ini"), "/opt/app/OEM.ini");
-    EXPECT_STREQ(path_join_static("", "OEM.ini"), "/OEM.ini");
-    char small[10];
-    EXPECT_STREQ(path_join("/opt/app", "OEM.ini", small, sizeof small), "/opt/app/");
-    EXPECT_STREQ(path_join("/opt/application", "OEM.ini", small, sizeof small), "/opt/appl");
-}
-
 TEST(OemConfig, TakesTheFirstFileThatOpens)
 {
     const scratch_folder folder;

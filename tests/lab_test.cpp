@@ -22,23 +22,6 @@ std::string described(const std::string &ip, const std::string &dsc)
     return device(ip, "0,0,0,0 snmp: 0,0,0 vendor:  dsc: \"" + dsc + "\"");
 }
 
-/// The requests of one protocol as "DESTINATION LENGTH HEX" lines.
-std::string requests(const std::string &record, const std::string &protocol)
-{
-    std::string found;
-    std::istringstream lines(record);
-    std::string time;
-    std::string word;
-    std::string source;
-    std::string arrow;
-    std::string rest;
-    while (lines >> time >> word >> source >> arrow && std::getline(lines, rest)) {
-        if (word == protocol)
-            found += rest.substr(1) + "\n";
-    }
-    return found;
-}
-
 constexpr char OFFICE[] =
     "device 10.9.1.1 id=\"MFG:Taliven;MDL:QD-77 Series;CLS:PRINTER;\" nodeq.a=LOBBY\n"
     "device 10.9.1.2 id=\"MFG:Orvel Ltd;CLS:PRINTER;\" query.id=\"MFG:Orvel Ltd;MDL:B5;\" "

@@ -152,3 +152,19 @@ lab_result devscout_in_lab(const lab_setup &setup, std::vector<std::string> argu
     arguments.insert(arguments.begin(), DEVSCOUT_PROGRAM);
     return run_in_lab(setup, arguments);
 }
+
+std::string requests(const std::string &record, const std::string &protocol)
+{
+    std::string found;
+    std::istringstream lines(record);
+    std::string time;
+    std::string word;
+    std::string source;
+    std::string arrow;
+    std::string rest;
+    while (lines >> time >> word >> source >> arrow && std::getline(lines, rest)) {
+        if (word == protocol)
+            found += rest.substr(1) + "\n";
+    }
+    return found;
+}

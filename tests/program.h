@@ -47,6 +47,9 @@ lab_result run_in_lab(const lab_setup &setup, const std::vector<std::string> &co
 /// Runs the program under test in a lab network.
 lab_result devscout_in_lab(const lab_setup &setup, std::vector<std::string> arguments);
 
+/// The requests of one protocol in a record, each as "DESTINATION LENGTH HEX" and a line feed.
+std::string requests(const std::string &record, const std::string &protocol);
+
 constexpr int NO_LAB_STATUS = 77;
 
 #define SKIP_NO_LAB(result)                                                                        \

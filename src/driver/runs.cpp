@@ -16,6 +16,8 @@
 #include "snmp/description_query.h"
 #include "snmp/snmp_discovery.h"
 
+#include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <ctime>
 

@@ -2,8 +2,8 @@
 #include "scan/scanner_inquiry.h"
 
 #include "driver/device_list.h"
+#include "io/resolve.h"
 #include "io/stream.h"
-#include "scan/resolve.h"
 #include "scan/tcp_connect.h"
 
 #include <arpa/inet.h>

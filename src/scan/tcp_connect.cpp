@@ -1,10 +1,10 @@
 // A TCP connection attempt that takes 0.2 s at most.
 #include "scan/tcp_connect.h"
 
+#include "io/resolve.h"
 #include "io/stream.h"
 #include "io/wait.h"
 #include "log/timestamp.h"
-#include "scan/resolve.h"
 
 #include <arpa/inet.h>
 #include <cstdio>

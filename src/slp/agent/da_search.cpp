@@ -1,13 +1,12 @@
 // Which directory agents a search can ask.
 #include "slp/agent/da_search.h"
 
+#include "io/resolve.h"
 #include "slp/agent/convergence.h"
 #include "slp/agent/value_list.h"
 
 #include <algorithm>
 #include <arpa/inet.h>
-#include <memory>
-#include <netdb.h>
 
 namespace
 {
@@ -26,29 +25,6 @@ void add_agent(std::vector<slp_directory_agent> *agents, const slp_directory_age
         });
     if (!known && agents->size() < AGENTS_MAX)
         agents->push_back(agent);
-}
-
-struct resolved_freer {
-    void operator()(struct addrinfo *resolved) const
-    {
-        freeaddrinfo(resolved);
-    }
-};
-
-/// Reads a dotted address or asks the host's resolver for a name. Returns 0, or -1 without one.
-int resolve(const std::string &host, struct in_addr *address)
-{
-    if (inet_pton(AF_INET, host.c_str(), address) == 1)
-        return 0;
-    struct addrinfo wanted = {};
-    wanted.ai_family = AF_INET;
-    wanted.ai_socktype = SOCK_DGRAM;
-    struct addrinfo *first = nullptr;
-    if (getaddrinfo(host.c_str(), nullptr, &wanted, &first) != 0)
-        return -1;
-    const std::unique_ptr<struct addrinfo, resolved_freer> owner(first);
-    *address = reinterpret_cast<const struct sockaddr_in *>(first->ai_addr)->sin_addr;
-    return 0;
 }
 
 /// The address that an advert's URL names. An agent that announces itself by name is taken at the
@@ -93,7 +69,7 @@ std::vector<slp_directory_agent> slp_find_directory_agents(const slp_settings &s
     if (!properties.da_addresses.empty()) {
         struct in_addr address = {};
         for (const std::string &host : properties.da_addresses)
-            if (resolve(host, &address) == 0)
+            if (resolve_ipv4(host.c_str(), &address) == 0)
                 add_agent(&search.agents, {address, address, ""});
         return search.agents;
     }

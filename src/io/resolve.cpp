@@ -1,5 +1,5 @@
 // Host names to addresses, one family at a time.
-#include "scan/resolve.h"
+#include "io/resolve.h"
 
 #include <arpa/inet.h>
 #include <cstring>
