@@ -1,5 +1,5 @@
 // The text rules of SNMP answers.
-#include "driver/device_list.h"
+#include "driver/records/device_list.h"
 #include "snmp/classify.h"
 
 #include <gtest/gtest.h>

@@ -1,5 +1,5 @@
 // The lists: keys, order, cutting, and who owns what.
-#include "driver/device_list.h"
+#include "driver/records/device_list.h"
 
 #include <gtest/gtest.h>
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "driver/desc_queue.h"
-#include "driver/device_list.h"
+#include "driver/records/device_list.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,8 +1,8 @@
 // The parent's queue of addresses that wait for a description or scanner inquiry child.
 #pragma once
 
-#include "driver/device_list.h"
-#include "driver/list.h"
+#include "driver/records/device_list.h"
+#include "driver/records/list.h"
 
 #include <cstdint>
 

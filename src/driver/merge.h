@@ -3,7 +3,7 @@
 
 #include "driver/child_process.h"
 #include "driver/desc_queue.h"
-#include "driver/device_list.h"
+#include "driver/records/device_list.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,7 +1,7 @@
 // What the program prints: the report with its device lines, hex blocks and time marks.
 #pragma once
 
-#include "driver/device_list.h"
+#include "driver/records/device_list.h"
 
 #include <cstddef>
 #include <cstdio>

@@ -3,9 +3,9 @@
 
 #include "driver/child_process.h"
 #include "driver/desc_queue.h"
-#include "driver/device_list.h"
 #include "driver/merge.h"
 #include "driver/merge_loop.h"
+#include "driver/records/device_list.h"
 #include "driver/report.h"
 #include "log/log.h"
 #include "log/timestamp.h"

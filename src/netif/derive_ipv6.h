@@ -2,7 +2,7 @@
 // addresses that it has in the other scopes of the host's interface.
 #pragma once
 
-#include "driver/device_list.h"
+#include "driver/records/device_list.h"
 #include "netif/interfaces.h"
 
 #include <cstddef>

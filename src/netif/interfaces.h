@@ -1,7 +1,7 @@
 // The host's Ethernet interfaces and their addresses.
 #pragma once
 
-#include "driver/list.h"
+#include "driver/records/list.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,7 +1,7 @@
 // The scanner inquiry: asks one device for its 70-byte block over TCP.
 #include "scan/scanner_inquiry.h"
 
-#include "driver/device_list.h"
+#include "driver/records/device_list.h"
 #include "io/resolve.h"
 #include "io/stream.h"
 #include "scan/tcp_connect.h"

@@ -1,7 +1,7 @@
 // The text rules of SNMP answers: what is a printer, who made it, and how it is described.
 #pragma once
 
-#include "driver/device_list.h"
+#include "driver/records/device_list.h"
 
 #include <cstddef>
 

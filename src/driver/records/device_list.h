@@ -1,7 +1,7 @@
 // One record a device, and the list of them, keyed by address text.
 #pragma once
 
-#include "driver/list.h"
+#include "driver/records/list.h"
 
 #include <cstddef>
 #include <cstdint>

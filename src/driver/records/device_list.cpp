@@ -1,5 +1,5 @@
 // One record a device, and the list of them, keyed by address text.
-#include "driver/device_list.h"
+#include "driver/records/device_list.h"
 
 #include "config/text.h"
 
