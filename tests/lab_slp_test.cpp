@@ -1,4 +1,5 @@
 // The SLP method of the built program in the lab network.
+#include "device_line.h"
 #include "program.h"
 #include "scratch.h"
 #include "slp_encoder.h"
@@ -11,13 +12,9 @@
 namespace
 {
 
-constexpr char OTHER_NUMBERS[] = " snmp: 0,0,0 vendor:  dsc: \"\"\n";
-
 std::string announced(const std::string &ip, const std::string &slp)
 {
-    std::string padded = ip;
-    padded.resize(15, ' ');
-    return "ip: " + padded + " slp: " + slp + OTHER_NUMBERS;
+    return line_of(ip, "slp: " + slp + " snmp: 0,0,0 vendor:  dsc: \"\"");
 }
 
 /// The SLP requests of a record: destination, a blank and the bytes.

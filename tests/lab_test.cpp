@@ -1,4 +1,5 @@
 // The built program in the lab network: what it finds, prints and sends.
+#include "device_line.h"
 #include "program.h"
 #include "scratch.h"
 
@@ -12,9 +13,7 @@ namespace
 
 std::string device(const std::string &ip, const std::string &rest)
 {
-    std::string padded = ip;
-    padded.resize(std::max<size_t>(ip.size(), 15), ' ');
-    return "ip: " + padded + " slp: " + rest + "\n";
+    return line_of(ip, "slp: " + rest);
 }
 
 std::string described(const std::string &ip, const std::string &dsc)

@@ -1,7 +1,7 @@
 // The parent run with scripted children: started under another program's path, it starts that
 // program as its children, and their lines are whatever the script prints.
 #include "config/community.h"
-#include "driver/child_process.h"
+#include "device_line.h"
 #include "program.h"
 #include "scratch.h"
 
@@ -39,9 +39,7 @@ struct scripted_parent {
 
 std::string device(const std::string &ip, const std::string &rest)
 {
-    std::string padded = ip;
-    padded.resize(std::max<size_t>(ip.size(), 15), ' ');
-    return "ip: " + padded + " slp: 0,0,0,0 snmp: " + rest + "\n";
+    return line_of(ip, "slp: 0,0,0,0 snmp: " + rest);
 }
 
 } // namespace
