@@ -21,7 +21,7 @@ std::string summarize(const run_settings &settings)
 {
     static const char *const RUNS[] = {"parent", "child", "describe", "inquire"};
     std::string text = RUNS[static_cast<int>(settings.kind)];
-    for (int i = 0; i < METHOD_COUNT; ++i) {
+    for (size_t i = 0; i < METHOD_COUNT; ++i) {
         if (settings.methods[i])
             text += std::string(" ") + METHODS[i].word;
     }

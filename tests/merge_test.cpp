@@ -1,7 +1,9 @@
 // How the parent merges its children's lines.
 #include "capture.h"
+#include "device_line.h"
+#include "driver/lines.h"
 #include "driver/merge.h"
-#include "driver/report.h"
+#include "driver/slots.h"
 
 #include <gtest/gtest.h>
 
@@ -34,10 +36,7 @@ struct parent {
 
     void read(int slot, std::string line)
     {
-        if (slot < DESC_SLOT - 1)
-            merge_discovery_line(&target, line.data(), slot);
-        else
-            merge_desc_line(&target, line.data(), slot);
+        merge_line(&target, line.data(), slot);
     }
 
     device_record *find(const char *ip)
@@ -61,18 +60,27 @@ struct parent {
     }
 };
 
-std::string device_line(const std::string &snmp, const std::string &vendor, const std::string &dsc)
+std::string snmp_line(const std::string &snmp, const std::string &vendor, const std::string &dsc)
 {
-    return "ip: 10.0.0.5        slp: 0,0,0,0 snmp: " + snmp + " vendor: " + vendor + " dsc: \"" +
-           dsc + "\"\n";
+    return line_of("10.0.0.5",
+                   "slp: 0,0,0,0 snmp: " + snmp + " vendor: " + vendor + " dsc: \"" + dsc + "\"");
 }
 
 std::string desc_line(const std::string &dsc)
 {
-    return "ip: 10.0.0.5        dsc: \"" + dsc + "\"\n";
+    return line_of("10.0.0.5", "dsc: \"" + dsc + "\"");
 }
 
 } // namespace
+
+TEST(MergeLine, ReadsDeviceLinesFromTheFirstFourSlotsAlone)
+{
+    for (int slot = 0; slot < CHILD_SLOT_COUNT; ++slot) {
+        parent p;
+        p.read(slot, snmp_line("1,1,0", "Taliven", "Laser"));
+        EXPECT_STREQ(p.find("10.0.0.5")->vendor, slot < 4 ? "Taliven" : "") << slot;
+    }
+}
 
 TEST(MergeDiscovery, QueuesOnlyWhatAnSnmpChildReportsWithoutARealDescription)
 {
@@ -86,8 +94,8 @@ TEST(MergeDiscovery, QueuesOnlyWhatAnSnmpChildReportsWithoutARealDescription)
     for (const auto &c : cases) {
         parent p;
         strncpy(p.find("10.0.0.5")->dsc, c.before, DSC_SIZE - 1);
-        p.read(c.slot, device_line("0,0,0", "", "Model"));
-        p.read(c.slot, device_line("0,0,0", "", "Model"));
+        p.read(c.slot, snmp_line("0,0,0", "", "Model"));
+        p.read(c.slot, snmp_line("0,0,0", "", "Model"));
         EXPECT_EQ(p.queued(), c.queued) << c.slot << c.before;
     }
 }
@@ -119,7 +127,7 @@ TEST(MergeDiscovery, PutsRealBeforeProvisionalDescriptions)
         parent p;
         p.target.scanner = c.scanner;
         strncpy(p.find("10.0.0.5")->dsc, c.before.c_str(), DSC_SIZE - 1);
-        p.read(NODEQ_SLOT, device_line("0,0,0", "", c.text));
+        p.read(NODEQ_SLOT, snmp_line("0,0,0", "", c.text));
         EXPECT_EQ(p.find("10.0.0.5")->dsc, c.after) << c.before << "|" << c.text;
     }
 }

@@ -1,5 +1,6 @@
 // What is printed: device lines, report, hex blocks and time marks.
 #include "capture.h"
+#include "driver/lines.h"
 #include "driver/report.h"
 
 #include <gmock/gmock.h>

@@ -38,6 +38,11 @@ void append_text(char *destination, const char *tail, size_t size)
     safe_strncpy(destination + length, tail, size - length);
 }
 
+bool begins_with(const char *text, const char *prefix)
+{
+    return strncmp(text, prefix, strlen(prefix)) == 0;
+}
+
 char *strip_newline(char *text)
 {
     const size_t length = strlen(text);

@@ -10,6 +10,9 @@ void safe_strncpy(char *destination, const char *source, size_t size);
 /// Appends `tail` to the text in `destination`, a buffer of `size` bytes, as far as it fits.
 void append_text(char *destination, const char *tail, size_t size);
 
+/// Whether `text` begins with `prefix`.
+bool begins_with(const char *text, const char *prefix);
+
 /// Removes one trailing line feed, if any. Returns `text`.
 char *strip_newline(char *text);
 

@@ -1,8 +1,9 @@
-// The parent's children: the slots that they run in and the command lines that start them.
+// The parent's children: what is known of each, and the command lines that start them.
 #include "driver/child_process.h"
 
 #include "config/community.h"
 #include "config/text.h"
+#include "driver/slots.h"
 #include "log/log.h"
 
 #include <cstring>
@@ -58,8 +59,8 @@ void start_child(child_slot *slot, const std::string &command)
 
 child_slot *free_desc_slot(child_slot *slots)
 {
-    for (int i = FIRST_DESC_SLOT; i <= LAST_DESC_SLOT; ++i) {
-        if (slots[i].stream == nullptr)
+    for (int i = 0; i < CHILD_SLOT_COUNT; ++i) {
+        if (is_desc_slot(i) && slots[i].stream == nullptr)
             return &slots[i];
     }
     return nullptr;

@@ -1,18 +1,13 @@
-// The parent's children: the slots that they run in and the command lines that start them.
+// The parent's children: what is known of each, and the command lines that start them.
 #pragma once
 
 #include "driver/desc_queue.h"
+#include "driver/lines.h"
 #include "driver/records/device_list.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
-
-constexpr int CHILD_SLOT_COUNT = 12;
-constexpr int FIRST_DESC_SLOT = 4; ///< description and inquiry children run in 4 to 6
-constexpr int LAST_DESC_SLOT = 6;
-
-constexpr size_t LINE_SIZE = 1024; ///< a line of at most 1023 characters
 
 /// One child. `stream` is used for its descriptor and its end alone; what was read from it and
 /// not yet merged waits in `pending`.
@@ -20,7 +15,7 @@ struct child_slot {
     FILE *stream;            ///< read end of the child's standard output; nullptr: no child
     char target_ip[IP_SIZE]; ///< the address a description or inquiry child works on
     int32_t hex_lines;       ///< scanner block lines received
-    char pending[4 * LINE_SIZE];
+    char pending[4 * PIPE_LINE_SIZE];
     size_t pending_length;
     int at_end;       ///< 1 once the stream has reached its end or failed
     int error_number; ///< the error that it failed with; 0: none
@@ -31,7 +26,7 @@ struct child_slot {
 /// characters among them, leaves the slot empty.
 void run_child_process(child_slot *slots, int slot, const char *program, const char *method);
 
-/// Starts children for queued addresses, in order, while slots 4 to 6 have room. An address whose
+/// Starts children for queued addresses, in order, while their slots have room. An address whose
 /// child cannot be started counts as started.
 void start_desc_children(desc_queue *queue, child_slot *slots, const char *program);
 

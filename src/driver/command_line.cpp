@@ -3,6 +3,7 @@
 
 #include "config/community.h"
 #include "config/text.h"
+#include "driver/method.h"
 
 #include <cstdio>
 #include <cstring>
@@ -10,22 +11,32 @@
 namespace
 {
 
-bool begins_with(const char *text, const char *prefix)
-{
-    return strncmp(text, prefix, strlen(prefix)) == 0;
-}
-
 void select_default_methods(run_settings *settings)
 {
-    for (bool &selected : settings->methods)
-        selected = true;
-    settings->methods[METHOD_NODEQ6] = false;
+    for (size_t i = 0; i < METHOD_COUNT; ++i)
+        settings->methods[i] = METHODS[i].by_default;
 }
 
-void select_method(run_settings *settings, method_id method)
+/// Reads the option of a method: the longest word that it begins with, so that "--snmp6" is not
+/// taken for "--snmp". Returns false for any other argument.
+bool read_method_option(const char *argument, run_settings *settings)
 {
-    settings->methods[method] = true;
-    printf("# Mode %s\n", METHODS[method].word);
+    if (!begins_with(argument, "--"))
+        return false;
+    size_t longest = 0;
+    size_t found = METHOD_COUNT;
+    for (size_t i = 0; i < METHOD_COUNT; ++i) {
+        const size_t length = strlen(METHODS[i].word);
+        if (length > longest && begins_with(argument + 2, METHODS[i].word)) {
+            longest = length;
+            found = i;
+        }
+    }
+    if (found == METHOD_COUNT)
+        return false;
+    settings->methods[found] = true;
+    printf("# Mode %s\n", METHODS[found].word);
+    return true;
 }
 
 /// Reads "-d" with its level attached. Returns false for a bare "-d" and any other argument.
@@ -40,17 +51,9 @@ bool read_debug_option(const char *argument, run_settings *settings)
 /// Looks at one argument of the mode scan; its leading characters alone decide.
 void read_mode_argument(const char *argument, run_settings *settings)
 {
-    if (begins_with(argument, "--slp"))
-        select_method(settings, METHOD_SLP);
-    else if (begins_with(argument, "--snmp6"))
-        select_method(settings, METHOD_SNMP6);
-    else if (begins_with(argument, "--snmp"))
-        select_method(settings, METHOD_SNMP);
-    else if (begins_with(argument, "--nodeq6"))
-        select_method(settings, METHOD_NODEQ6);
-    else if (begins_with(argument, "--nodeq"))
-        select_method(settings, METHOD_NODEQ);
-    else if (begins_with(argument, "--scanner"))
+    if (read_method_option(argument, settings))
+        return;
+    if (begins_with(argument, "--scanner"))
         settings->scanner = true;
     else if (begins_with(argument, "--all"))
         select_default_methods(settings);

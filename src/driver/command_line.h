@@ -4,7 +4,7 @@
 #include "driver/method.h"
 
 enum class run_kind {
-    parent,          ///< start a child a method, merge their lines, report
+    parent,          ///< start one child per method, merge their lines, report
     child,           ///< run the methods in this process, report
     get_description, ///< describe one address
     scanner_inquiry, ///< fetch the scanner inquiry block of one address
@@ -15,7 +15,7 @@ struct run_settings {
     const char *program = "";      ///< argument 0; the children are started by it
     const char *address = nullptr; ///< of the two single-device runs
     int debug_level = 0;
-    bool methods[METHOD_COUNT] = {}; ///< the selected ones, by `method_id`
+    bool methods[METHOD_COUNT] = {}; ///< the selected ones, by their index in METHODS
     bool scanner = false;            ///< list scanners instead of printers
     bool time_marks = false;
 };

@@ -1,6 +1,8 @@
 // The parent's loop: reads the children in turn until the last one has ended.
 #include "driver/merge_loop.h"
 
+#include "driver/slots.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
@@ -12,21 +14,20 @@ namespace
 {
 
 constexpr long SLOT_WAIT_NS = 1000000;
-constexpr int LAST_DISCOVERY_SLOT = 3; ///< lines of higher slots are description lines
 
-/// Length of the next line in `pending`, its line feed included: a line of LINE_SIZE - 1
+/// Length of the next line in `pending`, its line feed included: a line of PIPE_LINE_SIZE - 1
 /// characters or more comes in pieces, and at the end of the stream the rest is a line. 0: none.
 size_t next_line_length(const child_slot &slot)
 {
-    const size_t searched = std::min(slot.pending_length, LINE_SIZE - 1);
+    const size_t searched = std::min(slot.pending_length, PIPE_LINE_SIZE - 1);
     const auto *feed = static_cast<const char *>(memchr(slot.pending, '\n', searched));
     if (feed != nullptr)
         return static_cast<size_t>(feed - slot.pending) + 1;
-    return searched == LINE_SIZE - 1 || slot.at_end != 0 ? searched : 0;
+    return searched == PIPE_LINE_SIZE - 1 || slot.at_end != 0 ? searched : 0;
 }
 
 /// Takes the next line out of `pending` into `line`. Returns false when there is none.
-bool take_line(child_slot *slot, char (&line)[LINE_SIZE])
+bool take_line(child_slot *slot, char (&line)[PIPE_LINE_SIZE])
 {
     const size_t length = next_line_length(*slot);
     if (length == 0)
@@ -78,16 +79,6 @@ void wait_for_output(child_slot *slots, int number)
         read_output(&slots[number]);
 }
 
-void merge_line(const merge_target *target, char *line, int slot)
-{
-    if (target->debug_level > 1)
-        printf("[%d]LINE: %s", slot, line);
-    if (slot <= LAST_DISCOVERY_SLOT)
-        merge_discovery_line(target, line, slot);
-    else
-        merge_desc_line(target, line, slot);
-}
-
 void close_ended(child_slot *slot, int number)
 {
     if (slot->error_number != 0)
@@ -107,8 +98,10 @@ bool run_pass(const merge_target *target)
         active = true;
         if (!has_work(*slot))
             wait_for_output(target->slots, i);
-        char line[LINE_SIZE];
+        char line[PIPE_LINE_SIZE];
         if (take_line(slot, line)) {
+            if (target->debug_level > 1)
+                printf("[%d]LINE: %s", i, line);
             merge_line(target, line, i);
         } else if (slot->at_end != 0) {
             close_ended(slot, i);

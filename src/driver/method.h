@@ -1,21 +1,45 @@
-// The discovery methods, in the order in which they run and are started.
+// The discovery methods. A further method is one more row here.
 #pragma once
 
-enum method_id {
-    METHOD_NODEQ,
-    METHOD_NODEQ6,
-    METHOD_SLP,
-    METHOD_SNMP,
-    METHOD_SNMP6,
-    METHOD_COUNT,
+#include "driver/records/device_list.h"
+#include "nodeq/nodeq.h"
+#include "slp/slp_discovery.h"
+#include "snmp/snmp_discovery.h"
+
+#include <cstddef>
+#include <iterator>
+
+struct method {
+    const char *word;     ///< "--WORD" selects the method, "# Mode WORD" names it
+    int slot;             ///< where its child runs in the parent (`driver/slots.h`)
+    bool by_default;      ///< part of the default run and of "--all"
+    bool asks_devices;    ///< the parent describes or inquires each device that it finds
+    const char *log_name; ///< log of its child run; nullptr: none
+    int (*discover)(device_list *devices, const char *target);
+    const char *target; ///< handed to `discover`
+    const char *mark;   ///< label of the time mark after it
 };
 
-struct method_info {
-    const char *word; ///< "--WORD" selects the method
-    int slot;         ///< the parent's child slot for it
+inline constexpr char IPV4_TARGET[] = "255.255.255.255";
+inline constexpr char IPV6_TARGET[] = "udp6:[ff02::1]";
+
+/// The SLP library knows by itself whom to ask.
+inline int discover_by_slp(device_list *devices, const char *)
+{
+    return discover_using_slp(devices);
+}
+
+/// In the order in which they run and are started.
+inline constexpr method METHODS[] = {
+    {"nodeq", 3, true, false, nullptr, discover_using_nodeq, IPV4_TARGET,
+     "after discover_using_nodeq"},
+    {"nodeq6", 4, false, false, nullptr, discover_using_nodeq, IPV6_TARGET,
+     "after discover_using_nodeq6"},
+    {"slp", 2, true, false, nullptr, discover_by_slp, nullptr, "after discover_using_slp"},
+    {"snmp", 0, true, true, "devscout_snmp", discover_using_netsnmp, IPV4_TARGET,
+     "after discover_using_netsnmp"},
+    {"snmp6", 1, true, true, "devscout_snmp6", discover_using_netsnmp, IPV6_TARGET,
+     "after discover_using_netsnmp6"},
 };
 
-/// By `method_id`.
-constexpr method_info METHODS[METHOD_COUNT] = {
-    {"nodeq", 3}, {"nodeq6", 4}, {"slp", 2}, {"snmp", 0}, {"snmp6", 1},
-};
+constexpr size_t METHOD_COUNT = std::size(METHODS);

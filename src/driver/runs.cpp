@@ -3,18 +3,18 @@
 
 #include "driver/child_process.h"
 #include "driver/desc_queue.h"
+#include "driver/lines.h"
 #include "driver/merge.h"
 #include "driver/merge_loop.h"
+#include "driver/method.h"
 #include "driver/records/device_list.h"
 #include "driver/report.h"
+#include "driver/slots.h"
 #include "log/log.h"
 #include "log/timestamp.h"
-#include "nodeq/nodeq.h"
 #include "scan/scanner_inquiry.h"
 #include "scan/tcp_connect.h"
-#include "slp/slp_discovery.h"
 #include "snmp/description_query.h"
-#include "snmp/snmp_discovery.h"
 
 #include <cstdint>
 #include <cstdio>
@@ -24,54 +24,11 @@
 namespace
 {
 
-constexpr char IPV4_TARGET[] = "255.255.255.255";
-constexpr uint16_t SNMP_PORT = 161; ///< probed by TCP before a description query
-constexpr char IPV6_TARGET[] = "udp6:[ff02::1]";
-
 void open_process_log(const char *name)
 {
     log_open(name);
     log_printf(LOG_LEVEL_INFO, "INFO: %s\n", timestamp_str());
 }
-
-void run_nodeq(device_list *devices)
-{
-    discover_using_nodeq(devices, IPV4_TARGET);
-}
-
-void run_nodeq6(device_list *devices)
-{
-    discover_using_nodeq(devices, IPV6_TARGET);
-}
-
-void run_slp(device_list *devices)
-{
-    discover_using_slp(devices);
-}
-
-void run_snmp(device_list *devices)
-{
-    open_process_log("devscout_snmp");
-    discover_using_netsnmp(devices, IPV4_TARGET);
-}
-
-void run_snmp6(device_list *devices)
-{
-    open_process_log("devscout_snmp6");
-    discover_using_netsnmp(devices, IPV6_TARGET);
-}
-
-struct method_run {
-    void (*discover)(device_list *devices);
-    const char *mark; ///< label of the time mark after it
-};
-
-/// By `method_id`.
-constexpr method_run METHOD_RUNS[METHOD_COUNT] = {
-    {run_nodeq, "after discover_using_nodeq"},    {run_nodeq6, "after discover_using_nodeq6"},
-    {run_slp, "after discover_using_slp"},        {run_snmp, "after discover_using_netsnmp"},
-    {run_snmp6, "after discover_using_netsnmp6"},
-};
 
 /// What a parent and a child do before their work. The start time is also that of the last mark.
 void begin_run(const run_settings &settings, device_list *devices, time_t *start_time)
@@ -103,9 +60,9 @@ int run_parent(const run_settings &settings)
     static child_slot slots[CHILD_SLOT_COUNT];
     desc_queue queue;
     list_init(&queue);
-    for (int method = 0; method < METHOD_COUNT; ++method) {
-        if (settings.methods[method])
-            run_child_process(slots, METHODS[method].slot, settings.program, METHODS[method].word);
+    for (size_t i = 0; i < METHOD_COUNT; ++i) {
+        if (settings.methods[i])
+            run_child_process(slots, METHODS[i].slot, settings.program, METHODS[i].word);
     }
     const merge_target target = {&devices, &queue, slots, settings.scanner ? 1 : 0,
                                  settings.debug_level};
@@ -122,13 +79,15 @@ int run_child(const run_settings &settings)
     device_list devices;
     time_t start_time = 0;
     begin_run(settings, &devices, &start_time);
-    for (int method = 0; method < METHOD_COUNT; ++method) {
-        const method_run &run = METHOD_RUNS[method];
-        if (!settings.methods[method])
+    for (size_t i = 0; i < METHOD_COUNT; ++i) {
+        const method &m = METHODS[i];
+        if (!settings.methods[i])
             continue;
-        run.discover(&devices);
+        if (m.log_name != nullptr)
+            open_process_log(m.log_name);
+        m.discover(&devices, m.target);
         if (settings.time_marks)
-            time_mark(run.mark, &start_time);
+            time_mark(m.mark, &start_time);
     }
     end_run(settings, &devices, &start_time);
     return EXIT_SUCCESS;
@@ -136,6 +95,7 @@ int run_child(const run_settings &settings)
 
 int run_get_description(const run_settings &settings)
 {
+    constexpr uint16_t SNMP_PORT = 161; // asked by UDP, probed by TCP: any answer shows the host
     puts("# Mode get_description");
     if (probe_reachable(settings.address, SNMP_PORT, settings.debug_level) == 0) {
         print_unreachable_line(settings.address);

@@ -3,7 +3,7 @@
 
 #include "driver/command_line.h"
 
-/// Starts a child a method, merges their lines and reports. Returns 0.
+/// Starts one child per method, merges their lines and reports. Returns 0.
 int run_parent(const run_settings &settings);
 
 /// Runs the selected methods in this process and reports. Returns 0.

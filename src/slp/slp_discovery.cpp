@@ -1,6 +1,7 @@
 // Printers that announce themselves through the Service Location Protocol.
 #include "slp/slp_discovery.h"
 
+#include "config/text.h"
 #include "slp/slp_callback.h"
 
 #include <algorithm>
@@ -27,11 +28,6 @@ constexpr protocol_flag PROTOCOLS[] = {
     {"lpr", &device_record::slp_lpr},
     {"raw-tcp", &device_record::slp_raw_tcp},
 };
-
-bool begins_with(const char *text, const char *prefix)
-{
-    return strncmp(text, prefix, strlen(prefix)) == 0;
-}
 
 void record_printer(const char *url, device_list *list)
 {

@@ -154,6 +154,7 @@ void getdesc_query(getdesc_answers *answers, const char *ip, const char *first_o
 
 int on_snmp_response(int operation, netsnmp_session *session, int, netsnmp_pdu *pdu, void *context)
 {
+    // Odd as it reads, this line is part of the child's output, once for each call.
     puts("on_snmp_response - don't need it");
     if (operation != NETSNMP_CALLBACK_OP_RECEIVED_MESSAGE || pdu == nullptr)
         return 1;

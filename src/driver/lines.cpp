@@ -1,0 +1,224 @@
+// The lines that a child prints and its parent reads.
+#include "driver/lines.h"
+
+#include "config/text.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+namespace
+{
+
+constexpr size_t NUMBERS_SIZE = 255; ///< longer texts between two labels are no numbers
+
+std::string without_control_bytes(const char *text)
+{
+    std::string printable(text);
+    for (char &c : printable) {
+        const auto byte = static_cast<unsigned char>(c);
+        if (byte < 0x20 || byte == 0x7f)
+            c = ' ';
+    }
+    return printable;
+}
+
+/// Copies the text between the first `before` and the first `after` of the line, 1 to 254
+/// characters, into `numbers`. Returns whether it is there.
+bool copy_between(const char *line, const char *before, const char *after,
+                  char (&numbers)[NUMBERS_SIZE])
+{
+    const char *start = strstr(line, before);
+    const char *end = strstr(line, after);
+    if (start == nullptr || end == nullptr)
+        return false;
+    start += strlen(before);
+    if (end <= start || end - start >= static_cast<ptrdiff_t>(NUMBERS_SIZE))
+        return false;
+    safe_strncpy(numbers, start, static_cast<size_t>(end - start) + 1);
+    return true;
+}
+
+/// Reads `count` decimal numbers with one "," between each two. Returns whether all are there.
+bool read_numbers(const char *text, long *numbers, int count)
+{
+    for (int i = 0; i < count; ++i) {
+        char *end = nullptr;
+        numbers[i] = strtol(text, &end, 10);
+        if (end == text || (i + 1 < count && *end != ','))
+            return false;
+        text = end + 1;
+    }
+    return true;
+}
+
+void read_slp_numbers(const char *line, device_line *read)
+{
+    char text[NUMBERS_SIZE];
+    long numbers[4];
+    if (!copy_between(line, "slp: ", " snmp:", text) || !read_numbers(text, numbers, 4))
+        return;
+    for (int i = 0; i < 4; ++i)
+        read->slp[i] = numbers[i] != 0;
+}
+
+void read_snmp_numbers(const char *line, device_line *read)
+{
+    char text[NUMBERS_SIZE];
+    long numbers[3];
+    if (!copy_between(line, "snmp: ", " vendor:", text) || !read_numbers(text, numbers, 3))
+        return;
+    read->has_snmp = true;
+    for (int i = 0; i < 3; ++i)
+        read->snmp[i] = static_cast<uint8_t>(numbers[i]);
+}
+
+/// Reads the text between the quotes and cuts the line behind it; a text that no quote ends was
+/// cut and is none.
+void read_dsc(char *line, device_line *read)
+{
+    char *label = strstr(line, "dsc:");
+    if (label == nullptr)
+        return;
+    char *text = label + strnlen(label, strlen("dsc: \""));
+    char *quote = strchr(text, '"');
+    if (quote != nullptr)
+        *quote = '\0';
+    read->dsc = quote != nullptr ? text : "";
+}
+
+/// A word that no blank ends was cut and is none.
+void read_vendor(const char *line, device_line *read)
+{
+    constexpr char LABEL[] = "vendor: ";
+    const char *label = strstr(line, LABEL);
+    read->has_vendor = label != nullptr;
+    if (label == nullptr)
+        return;
+    const char *word = label + strlen(LABEL);
+    const char *blank = strchr(word, ' ');
+    if (blank == nullptr)
+        return;
+    const auto length = static_cast<size_t>(blank - word);
+    safe_strncpy(read->vendor, word, std::min(length + 1, sizeof read->vendor));
+}
+
+int hex_value(char digit)
+{
+    if (digit >= '0' && digit <= '9')
+        return digit - '0';
+    if (digit >= 'a' && digit <= 'f')
+        return digit - 'a' + 10;
+    if (digit >= 'A' && digit <= 'F')
+        return digit - 'A' + 10;
+    return -1;
+}
+
+} // namespace
+
+void print_device_line(const device_record *record)
+{
+    printf("ip: %-15s slp: %d,%d,%d,%d snmp: %d,%d,%d vendor: %s dsc: \"%s\"\n",
+           without_control_bytes(record->ip).c_str(), record->slp_detected, record->slp_ipp,
+           record->slp_lpr, record->slp_raw_tcp, record->snmp_detected, record->snmp_devtype,
+           record->snmp_description, without_control_bytes(record->vendor).c_str(),
+           without_control_bytes(record->dsc).c_str());
+}
+
+bool read_device_line(char *line, device_line *read)
+{
+    const char *label = strstr(line, "ip:");
+    if (label == nullptr || line[0] == '#')
+        return false;
+    *read = {};
+    const char *address = label + strnlen(label, strlen("ip: "));
+    const size_t address_length = strcspn(address, " \t");
+    safe_strncpy(read->ip, address, std::min(address_length + 1, sizeof read->ip));
+    read_slp_numbers(line, read);
+    read_snmp_numbers(line, read);
+    read_dsc(line, read);
+    read_vendor(line, read);
+    return true;
+}
+
+void print_description_line(const char *ip, const char *dsc)
+{
+    printf("ip: %-15s dsc: \"%s\"\n", without_control_bytes(ip).c_str(),
+           without_control_bytes(dsc).c_str());
+}
+
+void print_unreachable_line(const char *ip)
+{
+    // The two blanks and the error behind the closing quote are the form that parents look for.
+    printf("ip: %-15s  dsc: \" \" ERROR: Destination unreachable\n",
+           without_control_bytes(ip).c_str());
+}
+
+bool read_description_line(char *line, description_line *read)
+{
+    constexpr char IP_LABEL[] = "ip: ";
+    constexpr char DSC_LABEL[] = "dsc: \"";
+    char *address = strstr(line, IP_LABEL);
+    if (address == nullptr)
+        return false;
+    address += strlen(IP_LABEL);
+    char *label = strstr(address, DSC_LABEL);
+    if (label == nullptr)
+        return false;
+    char *text = label + strlen(DSC_LABEL);
+    if (text[0] == '\0' || text[0] == '"' || text[0] == '\n')
+        return false;
+
+    char *address_end = label;
+    while (address_end > address && (address_end[-1] == ' ' || address_end[-1] == '\t'))
+        --address_end;
+    *address_end = '\0';
+
+    char *text_end = strchr(text, '"');
+    if (text_end == nullptr)
+        text_end = text + strcspn(text, "\n");
+    const char *rest = *text_end == '\0' ? text_end : text_end + 1;
+    *text_end = '\0';
+
+    read->ip = address;
+    read->dsc = text;
+    read->failed = strstr(text + 1, "ERROR:") != nullptr || strstr(rest, "ERROR:") != nullptr;
+    return true;
+}
+
+int print_hex_block(FILE *stream, const uint8_t *bytes, int count)
+{
+    if (stream == nullptr)
+        return 0;
+    constexpr auto LINE_BYTES = static_cast<int>(HEX_LINE_BYTES);
+    for (int i = 0; i < count; ++i) {
+        const bool ends_line = i + 1 == count || (i + 1) % LINE_BYTES == 0;
+        fprintf(stream, "%02x%c", bytes[i], ends_line ? '\n' : ' ');
+    }
+    return 0;
+}
+
+bool is_hex_line(const char *line)
+{
+    return hex_value(line[0]) >= 0 && hex_value(line[1]) >= 0 && line[2] == ' ' &&
+           strstr(line, "ip: ") == nullptr;
+}
+
+size_t hex_to_bytes(uint8_t *destination, size_t maximum, const char *text)
+{
+    size_t written = 0;
+    int high = -1;
+    for (const char *c = text; *c != '\0' && *c != '\n'; ++c) {
+        const int value = hex_value(*c);
+        if (value < 0 || high < 0) {
+            high = value;
+            continue;
+        }
+        if (written == maximum)
+            break;
+        destination[written++] = static_cast<uint8_t>(high << 4 | value);
+        high = -1;
+    }
+    return written;
+}
