@@ -18,6 +18,7 @@ struct scripted_parent {
     scratch_folder folder;
     std::string script_name = "child";
 
+    /// The words of `extra` are a command that runs the parent, such as strace.
     program_result run(const std::string &cases, std::vector<std::string> arguments,
                        program_run extra = {}) const
     {
@@ -25,8 +26,13 @@ struct scripted_parent {
             folder.write(script_name, "#!/bin/bash\nhere='" + folder.path.string() +
                                           "'\ncase \"$*\" in\n" + cases + "\nesac\n");
         std::filesystem::permissions(script, std::filesystem::perms::owner_all);
-        extra.executable = DEVSCOUT_PROGRAM;
-        extra.words = {script};
+        if (extra.words.empty())
+            extra.executable = DEVSCOUT_PROGRAM;
+        else
+            extra.words.insert(
+                extra.words.end(),
+                {"/bin/bash", "-c", "exec -a \"$1\" \"$0\" \"${@:2}\"", DEVSCOUT_PROGRAM});
+        extra.words.push_back(script);
         extra.words.insert(extra.words.end(), arguments.begin(), arguments.end());
         return run_program(extra);
     }
@@ -135,6 +141,22 @@ TEST(Parent, MergesLinesAtOnceThoughTheChildStaysSilentThen)
 )",
                {"--snmp"});
     EXPECT_EQ(parent.file("seen"), "both\n");
+}
+
+TEST(Parent, SleepsWhileItsChildrenAreSilent)
+{
+    const scripted_parent parent;
+    const std::string calls = parent.folder.path / "calls";
+    program_run traced;
+    traced.words = {"/usr/bin/env", "ASAN_OPTIONS=detect_leaks=0",     "strace", "-o", calls,
+                    "-e",           "trace=poll,ppoll,select,pselect6"};
+    const program_result result = parent.run(R"(
+"-s --nodeq6") sleep 0.6; echo 'ip: 10.0.0.9 dsc: "None"';;
+*) sleep 0.4; echo 'ip: 10.0.0.1 vendor: V dsc: "Model"';;)",
+                                             {"--nodeq", "--slp", "--nodeq6"}, traced);
+    EXPECT_EQ(line_count(result.out, "# Total 2 printers found, "), 1U) << result.err;
+    EXPECT_GE(line_count(content_of(calls), "p"), 2U);
+    EXPECT_LE(line_count(content_of(calls), ""), 50U) << content_of(calls);
 }
 
 TEST(Parent, LosesNoLineAndStandsAnyGarbage)

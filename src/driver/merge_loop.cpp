@@ -13,8 +13,6 @@
 namespace
 {
 
-constexpr long SLOT_WAIT_NS = 1000000;
-
 /// Length of the next line in `pending`, its line feed included: a line of PIPE_LINE_SIZE - 1
 /// characters or more comes in pieces, and at the end of the stream the rest is a line. 0: none.
 size_t next_line_length(const child_slot &slot)
@@ -58,8 +56,8 @@ bool has_work(const child_slot &slot)
     return slot.stream != nullptr && (next_line_length(slot) > 0 || slot.at_end != 0);
 }
 
-/// Gives the child of slot `number` 1 ms to write something. Output of another child, or work
-/// that waits in another slot, ends the wait at once: its turn comes in this pass or the next.
+/// Sleeps until some child writes or ends, and reads what the child of slot `number` has written.
+/// Work that waits in any slot ends the wait at once: its turn comes in this pass or the next.
 void wait_for_output(child_slot *slots, int number)
 {
     // Only open streams: the system refuses more entries than the process may have descriptors.
@@ -74,8 +72,7 @@ void wait_for_output(child_slot *slots, int number)
         streams[count++] = {fileno(slots[i].stream), POLLIN, 0};
     }
     const bool waits = std::none_of(slots, slots + CHILD_SLOT_COUNT, has_work);
-    const struct timespec timeout = {0, waits ? SLOT_WAIT_NS : 0};
-    if (ppoll(streams, count, &timeout, nullptr) > 0 && own != nullptr && own->revents != 0)
+    if (poll(streams, count, waits ? -1 : 0) > 0 && own != nullptr && own->revents != 0)
         read_output(&slots[number]);
 }
 
