@@ -27,6 +27,7 @@ std::string summarize(const run_settings &settings)
     }
     text += settings.scanner ? " scanner" : "";
     text += settings.time_marks ? " marks" : "";
+    text += settings.quick ? " quick" : "";
     if (settings.debug_level != 0)
         text += " d" + std::to_string(settings.debug_level);
     if (g_community_name != std::string(DEFAULT_COMMUNITY))
@@ -79,6 +80,11 @@ TEST(CommandLine, SelectsRunsAndSettings)
         {{"word", "-R", "10.0.0.5"}, "parent"},
         {{"-R", "10.0.0.5", "--snmp"}, "describe @10.0.0.5"},
         {{"-c", "private", "-d5", "-Inquire", "-x"}, "inquire d5 c=private @-x"},
+        {{"--quick"}, defaults + " quick"},
+        {{"-d2", "--quick", "-c", "x"}, defaults + " quick d2 c=x"},
+        {{"--quick", "-R", "10.0.0.5"}, "describe quick @10.0.0.5"},
+        {{"--quick", "--slp"}, "parent slp quick"},
+        {{"-s", "--snmp", "--quickly"}, "child snmp quick"},
         {{"--all", "--nodeq6"}, "parent nodeq nodeq6 slp snmp snmp6"},
         {{"--nodeq6", "--all"}, "parent nodeq slp snmp snmp6"},
         {{"-sx", "--slpx", "--snmp67", "--nodeq66", "--timely"}, "child nodeq6 slp snmp6 marks"},

@@ -101,31 +101,45 @@ TEST(Parent, FillsScannerBlocksFromInquiryChildren)
     EXPECT_NE(result.out.find(listed), std::string::npos) << result.out;
 }
 
-TEST(Parent, RunsThreeDescriptionChildrenAtOnce)
+TEST(Parent, RunsThreeDescriptionChildrenAtOnceAndEightWhereItIsQuick)
 {
-    const scripted_parent parent;
-    const program_result result = parent.run(R"(
-"-s --snmp") for i in 1 2 3 4 5 6 7; do
+    const struct {
+        std::string option;
+        int pool;
+    } cases[] = {{"--snmp", 3}, {"--quick", 8}};
+    for (const auto &c : cases) {
+        const scripted_parent parent;
+        // Each child goes on once as many have started as are to run at once.
+        const program_result result = parent.run("*) pool=" + std::to_string(c.pool) + R"(
+case "$*" in
+"-s --snmp") for i in 1 2 3 4 5 6 7 8 9 10 11 12; do
         echo "ip: 10.0.0.$i slp: 0,0,0,0 snmp: 0,0,0 vendor: V dsc: \"\""
         echo "ip: 10.0.0.$i slp: 0,0,0,0 snmp: 0,0,0 vendor: V dsc: \"\""
     done;;
-"-R "*) echo start >>"$here/steps"; sleep 0.3; echo end >>"$here/steps"
-    echo "ip: $2        dsc: \"Model of $2\"";;
+*"-R "*) echo start >>"$here/steps"
+    for i in {1..200}; do
+        [ $(grep -c start "$here"/steps) -ge $pool ] && break
+        sleep 0.05
+    done
+    sleep 0.2; echo end >>"$here/steps"
+    echo "ip: ${!#}        dsc: \"Model of ${!#}\"";;
+esac;;
 )",
-                                             {"--snmp"});
-    int running = 0;
-    int most = 0;
-    size_t started = 0;
-    std::istringstream steps(parent.file("steps"));
-    for (std::string step; std::getline(steps, step);) {
-        started += step == "start" ? 1 : 0;
-        running += step == "start" ? 1 : -1;
-        most = std::max(most, running);
+                                                 {"--snmp", c.option});
+        int running = 0;
+        int most = 0;
+        size_t started = 0;
+        std::istringstream steps(parent.file("steps"));
+        for (std::string step; std::getline(steps, step);) {
+            started += step == "start" ? 1 : 0;
+            running += step == "start" ? 1 : -1;
+            most = std::max(most, running);
+        }
+        EXPECT_EQ(started, 12U);
+        EXPECT_EQ(most, c.pool);
+        EXPECT_EQ(line_count(result.out, "ip: "), 12U);
+        EXPECT_NE(result.out.find("dsc: \"Model of 10.0.0.12\""), std::string::npos);
     }
-    EXPECT_EQ(started, 7U);
-    EXPECT_EQ(most, 3);
-    EXPECT_EQ(line_count(result.out, "ip: "), 7U);
-    EXPECT_NE(result.out.find("dsc: \"Model of 10.0.0.7\""), std::string::npos);
 }
 
 TEST(Parent, MergesLinesAtOnceThoughTheChildStaysSilentThen)
@@ -196,6 +210,10 @@ TEST(Parent, HandsOnlyCommunityAndMethodToItsChildren)
          {"-c", "a'b; touch x", "--snmp", "--scanner"},
          "<-c><a'b; touch x><-s><--snmp>\n<-I><10.0.0.1;id>\n"},
         {"two words $(id)'", {"-c", "", "--snmp"}, "<-c><><-s><--snmp>\n<-R><10.0.0.1;id>\n"},
+        {"child",
+         {"--quick", "-c", "x", "--snmp"},
+         "<-c><x><-s><--snmp>\n<--quick><-R><10.0.0.1;id>\n"},
+        {"child", {"--snmp", "--quick", "--scanner"}, "<-s><--snmp>\n<-I><10.0.0.1;id>\n"},
         {"child", {"-c", "-s", "--nodeq"}, "<-c><-s><-s><--nodeq>\n"},
     };
     for (const auto &c : cases) {

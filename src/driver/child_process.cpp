@@ -57,10 +57,10 @@ void start_child(child_slot *slot, const std::string &command)
     slot->error_number = 0;
 }
 
-child_slot *free_desc_slot(child_slot *slots)
+child_slot *free_desc_slot(child_slot *slots, bool quick)
 {
     for (int i = 0; i < CHILD_SLOT_COUNT; ++i) {
-        if (is_desc_slot(i) && slots[i].stream == nullptr)
+        if (is_desc_slot(i, quick) && slots[i].stream == nullptr)
             return &slots[i];
     }
     return nullptr;
@@ -80,16 +80,18 @@ void run_child_process(child_slot *slots, int slot, const char *program, const c
     start_child(&slots[slot], command);
 }
 
-void start_desc_children(desc_queue *queue, child_slot *slots, const char *program)
+void start_desc_children(desc_queue *queue, child_slot *slots, const char *program, bool quick)
 {
     for (list_node *node = *queue; node != nullptr; node = node->next) {
         auto *request = static_cast<desc_request *>(node->data);
         if (request->started != 0)
             continue;
-        child_slot *slot = free_desc_slot(slots);
+        child_slot *slot = free_desc_slot(slots, quick);
         if (slot == nullptr)
             return;
-        const char *option = request->describe != 0 ? " -R " : " -I ";
+        const char *option = " -I ";
+        if (request->describe != 0)
+            option = quick ? " --quick -R " : " -R ";
         start_child(slot, program_word(program) + option + shell_word(request->ip));
         safe_strncpy(slot->target_ip, request->ip, sizeof slot->target_ip);
         request->started = 1;

@@ -26,9 +26,10 @@ struct child_slot {
 /// characters among them, leaves the slot empty.
 void run_child_process(child_slot *slots, int slot, const char *program, const char *method);
 
-/// Starts children for queued addresses, in order, while their slots have room. An address whose
-/// child cannot be started counts as started.
-void start_desc_children(desc_queue *queue, child_slot *slots, const char *program);
+/// Starts children for queued addresses, in order, while their slots have room: three, or eight
+/// with `quick`, which description children are told. An address whose child cannot be started
+/// counts as started.
+void start_desc_children(desc_queue *queue, child_slot *slots, const char *program, bool quick);
 
 /// Waits for the slot's child to end and empties the slot.
 void close_child_slot(child_slot *slot);

@@ -59,6 +59,8 @@ void read_mode_argument(const char *argument, run_settings *settings)
         select_default_methods(settings);
     else if (begins_with(argument, "--time"))
         settings->time_marks = true;
+    else if (begins_with(argument, "--quick"))
+        settings->quick = true;
     else if (begins_with(argument, "-s"))
         settings->kind = run_kind::child;
     else
@@ -80,6 +82,9 @@ int read_leading_options(int argc, char **argv, run_settings *settings)
             settings->kind = option == 'R' ? run_kind::get_description : run_kind::scanner_inquiry;
             settings->address = argv[i + 1];
             return argc;
+        } else if (begins_with(argv[i], "--quick")) {
+            settings->quick = true;
+            ++i;
         } else if (read_debug_option(argv[i], settings)) {
             ++i;
         } else {

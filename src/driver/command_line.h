@@ -18,6 +18,7 @@ struct run_settings {
     bool methods[METHOD_COUNT] = {}; ///< the selected ones, by their index in METHODS
     bool scanner = false;            ///< list scanners instead of printers
     bool time_marks = false;
+    bool quick = false; ///< a description ends with its first answer; more of them at once
 };
 
 /// Reads the command line. Sets `g_community_name`, and prints each mode's line as its option is

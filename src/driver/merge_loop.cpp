@@ -110,9 +110,9 @@ bool run_pass(const merge_target *target)
 
 } // namespace
 
-void merge_child_output(const merge_target *target, const char *program)
+void merge_child_output(const merge_target *target, const char *program, bool quick)
 {
     do {
-        start_desc_children(target->queue, target->slots, program);
+        start_desc_children(target->queue, target->slots, program, quick);
     } while (run_pass(target));
 }

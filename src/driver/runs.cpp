@@ -66,7 +66,7 @@ int run_parent(const run_settings &settings)
     }
     const merge_target target = {&devices, &queue, slots, settings.scanner ? 1 : 0,
                                  settings.debug_level};
-    merge_child_output(&target, settings.program);
+    merge_child_output(&target, settings.program, settings.quick);
     list_free(&queue);
     finish_descriptions(&devices);
 
@@ -102,7 +102,7 @@ int run_get_description(const run_settings &settings)
         return EXIT_SUCCESS;
     }
     char dsc[DSC_SIZE];
-    getdesc_netsnmp(dsc, sizeof dsc, settings.address);
+    getdesc_netsnmp(dsc, sizeof dsc, settings.address, settings.quick);
     if (dsc[0] != '\0')
         print_description_line(settings.address, dsc);
     return EXIT_SUCCESS;

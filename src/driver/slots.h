@@ -5,8 +5,8 @@
 //   4        the method nodeq6, which finds nothing; once it has     description lines
 //            ended, description and inquiry children
 //   5, 6     description and inquiry children                        description lines
-//   7 to 11  none; room for further methods                          device lines of a method,
-//                                                                    else description lines
+//   7 to 11  with --quick, description and inquiry children; else    description lines, and device
+//            none. A further method takes one of them for itself     lines where a method has it
 #pragma once
 
 #include "driver/method.h"
@@ -17,12 +17,6 @@ constexpr int CHILD_SLOT_COUNT = 12;
 constexpr int FIRST_DESC_SLOT = 4;
 constexpr int LAST_DESC_SLOT = 6;
 
-/// Whether description and inquiry children run in the slot.
-constexpr bool is_desc_slot(int slot)
-{
-    return slot >= FIRST_DESC_SLOT && slot <= LAST_DESC_SLOT;
-}
-
 /// Index of the method whose child runs in the slot; METHOD_COUNT: none.
 constexpr size_t slot_method(int slot)
 {
@@ -30,6 +24,14 @@ constexpr size_t slot_method(int slot)
     while (i < METHOD_COUNT && METHODS[i].slot != slot)
         ++i;
     return i;
+}
+
+/// Whether description and inquiry children may run in the slot.
+constexpr bool is_desc_slot(int slot, bool quick)
+{
+    if (quick && slot > LAST_DESC_SLOT && slot < CHILD_SLOT_COUNT)
+        return slot_method(slot) == METHOD_COUNT;
+    return slot >= FIRST_DESC_SLOT && slot <= LAST_DESC_SLOT;
 }
 
 /// Whether the parent describes or inquires the devices that are reported from the slot.
@@ -42,7 +44,7 @@ constexpr bool asks_devices(int slot)
 /// Whether the lines from the slot are device lines; else they are description lines.
 constexpr bool carries_device_lines(int slot)
 {
-    return slot_method(slot) != METHOD_COUNT && !is_desc_slot(slot);
+    return slot_method(slot) != METHOD_COUNT && !is_desc_slot(slot, false);
 }
 
 /// Whether every method has a slot of its own in which its device lines are read as such. nodeq6

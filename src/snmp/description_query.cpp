@@ -59,30 +59,63 @@ void clear_answers(getdesc_answers *answers)
     answers->printer_mib_value[0] = '\0';
 }
 
-/// Waits for answers until the budget is used up; an answer does not end the wait.
-void wait_for_answers(netsnmp_session *session)
+/// A field of `getdesc_answers`.
+struct answer_field {
+    char *text;
+    size_t size;
+};
+
+/// Where the value of an object is kept. An object that is not wanted has no field.
+answer_field field_for(getdesc_answers *answers, const oid *name, size_t name_length)
+{
+    if (name_length > ARC_INDEX && name[ARC_INDEX] == PRINTER_MIB_ARC)
+        return {answers->printer_mib_value, sizeof answers->printer_mib_value};
+    if (name_length <= FIELD_INDEX || name[ARC_INDEX] != DEVICE_ARC)
+        return {nullptr, 0};
+    if (name[FIELD_INDEX] == MODEL_NAME_FIELD)
+        return {answers->model_name_value, sizeof answers->model_name_value};
+    return {answers->device_id_value, sizeof answers->device_id_value};
+}
+
+/// Whether each of the objects that were asked for has a value.
+bool has_all(getdesc_answers *answers, const char *const *objects, size_t count)
+{
+    for (size_t i = 0; i < count; ++i) {
+        oid numbers[MAX_SUBIDENTIFIERS];
+        const size_t length = parse_oid_text(objects[i], numbers);
+        const answer_field field = field_for(answers, numbers, length);
+        if (field.text == nullptr || field.text[0] == '\0')
+            return false;
+    }
+    return true;
+}
+
+/// Reads answers until the budget is used up: a later answer replaces an earlier one. With `quick`
+/// the wait ends as soon as each of the objects has a value.
+void wait_for_answers(netsnmp_session *session, bool quick, getdesc_answers *answers,
+                      const char *const *objects, size_t count)
 {
     const int64_t deadline = monotonic_us() + REQUEST_BUDGET_US;
     snmp_descriptor_set descriptors;
     for (;;) {
         descriptors.clear();
-        int count = 0;
+        int descriptor_count = 0;
         int block = 0;
         struct timeval timeout = {};
-        snmp_sess_select_info2(snmp_sess_pointer(session), &count, &descriptors.set, &timeout,
-                               &block);
+        snmp_sess_select_info2(snmp_sess_pointer(session), &descriptor_count, &descriptors.set,
+                               &timeout, &block);
         int64_t remaining = deadline - monotonic_us();
         if (remaining < 0)
             remaining = 0;
         timeout = {0, static_cast<suseconds_t>(remaining)};
-        const int ready =
-            netsnmp_large_fd_set_select(count, &descriptors.set, nullptr, nullptr, &timeout);
+        const int ready = netsnmp_large_fd_set_select(descriptor_count, &descriptors.set, nullptr,
+                                                      nullptr, &timeout);
         if (ready < 0)
             printf("# ERROR: select on snmp sockets failed [getdesc], %s\n", strerror(errno));
         if (ready <= 0)
             return;
         snmp_read2(&descriptors.set);
-        if (remaining == 0)
+        if (remaining == 0 || (quick && has_all(answers, objects, count)))
             return;
     }
 }
@@ -91,21 +124,14 @@ void take_variable(getdesc_answers *answers, const netsnmp_variable_list *variab
 {
     char value[VALUE_TEXT_SIZE];
     snmp_value_text(variable, value, sizeof value);
-    if (variable->name_length <= ARC_INDEX)
-        return;
-    if (variable->name[ARC_INDEX] == PRINTER_MIB_ARC) {
-        safe_strncpy(answers->printer_mib_value, value, sizeof answers->printer_mib_value);
-    } else if (variable->name[ARC_INDEX] == DEVICE_ARC && variable->name_length > FIELD_INDEX) {
-        if (variable->name[FIELD_INDEX] == MODEL_NAME_FIELD)
-            safe_strncpy(answers->model_name_value, value, sizeof answers->model_name_value);
-        else
-            safe_strncpy(answers->device_id_value, value, sizeof answers->device_id_value);
-    }
+    const answer_field field = field_for(answers, variable->name, variable->name_length);
+    if (field.text != nullptr)
+        safe_strncpy(field.text, value, field.size);
 }
 
 } // namespace
 
-int getdesc_netsnmp(char *output, int size, const char *ip)
+int getdesc_netsnmp(char *output, int size, const char *ip, bool quick)
 {
     if (output == nullptr || size <= 0)
         return -1;
@@ -114,23 +140,23 @@ int getdesc_netsnmp(char *output, int size, const char *ip)
     char model[WORD_SIZE] = "";
     snmp_set_up_library("getdesc_netsnmp");
     getdesc_answers answers = {};
-    getdesc_query(&answers, ip, IDENTIFICATION_OID);
+    getdesc_query(&answers, ip, quick, IDENTIFICATION_OID);
     if (answers.device_id_value[0] != '\0') {
         extract_key_value(answers.device_id_value, "MFG:", vendor, sizeof vendor);
         extract_key_value(answers.device_id_value, "MDL:", model, sizeof model);
     } else {
-        getdesc_query(&answers, ip, MODEL_NAME_OID);
+        getdesc_query(&answers, ip, quick, MODEL_NAME_OID);
         if (answers.model_name_value[0] == '\0')
             return -2;
         safe_strncpy(model, answers.model_name_value, sizeof model);
-        getdesc_query(&answers, ip, PRINTER_MIB_OID);
+        getdesc_query(&answers, ip, quick, PRINTER_MIB_OID);
         safe_strncpy(vendor, answers.printer_mib_value, sizeof vendor);
     }
     compose_description(vendor, model, output, static_cast<size_t>(size));
     return 0;
 }
 
-void getdesc_query(getdesc_answers *answers, const char *ip, const char *first_oid,
+void getdesc_query(getdesc_answers *answers, const char *ip, bool quick, const char *first_oid,
                    const char *second_oid, const char *third_oid)
 {
     clear_answers(answers);
@@ -149,7 +175,7 @@ void getdesc_query(getdesc_answers *answers, const char *ip, const char *first_o
         printf("# ERROR: snmp_send failed [getdesc], %s\n", strerror(errno));
         return;
     }
-    wait_for_answers(owner.session);
+    wait_for_answers(owner.session, quick, answers, objects, count);
 }
 
 int on_snmp_response(int operation, netsnmp_session *session, int, netsnmp_pdu *pdu, void *context)

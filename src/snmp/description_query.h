@@ -19,12 +19,14 @@ struct getdesc_answers {
 
 /// Asks the device at `ip` and composes its description in `output` (`size` bytes), empty when
 /// there is none. Returns 0, -1 without a buffer, -2 when the device names no model. Failures are
-/// reported on standard output. Takes at most 200 ms for each of up to three requests.
-int getdesc_netsnmp(char *output, int size, const char *ip);
+/// reported on standard output. Takes at most 200 ms for each of up to three requests, and with
+/// `quick` no longer than until the answer.
+int getdesc_netsnmp(char *output, int size, const char *ip, bool quick = false);
 
 /// Makes one request for one to three objects and fills `answers`. The last answer within 200 ms
-/// counts. Failures are reported on standard output.
-void getdesc_query(getdesc_answers *answers, const char *ip, const char *first_oid,
+/// counts; with `quick` the first that completes the objects ends the request. Failures are
+/// reported on standard output.
+void getdesc_query(getdesc_answers *answers, const char *ip, bool quick, const char *first_oid,
                    const char *second_oid = nullptr, const char *third_oid = nullptr);
 
 /// The library's callback of the description session; `context` is a `getdesc_answers`. Returns 0
