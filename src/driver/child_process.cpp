@@ -7,7 +7,6 @@
 #include "log/log.h"
 
 #include <cstring>
-#include <string>
 
 namespace
 {
@@ -16,42 +15,59 @@ constexpr size_t COMMAND_SIZE = 4096;
 constexpr char SAFE_CHARACTERS[] = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789"
                                    "_./:@%+=,-";
 
-std::string quoted(const char *text)
+/// A command line for the shell, put together word by word. What does not fit is left out.
+struct shell_command {
+    char text[COMMAND_SIZE] = "";
+    size_t length = 0; ///< of the whole command, which may be longer than `text`
+};
+
+void add_text(shell_command *command, const char *text)
 {
-    std::string word = "'";
-    for (const char *c = text; *c != '\0'; ++c) {
-        if (*c == '\'')
-            word += "'\\''";
-        else
-            word += *c;
+    for (; *text != '\0'; ++text, ++command->length) {
+        if (command->length + 1 < COMMAND_SIZE)
+            command->text[command->length] = *text;
     }
-    return word + "'";
 }
 
-/// One word of a shell command that reaches the child as `text`, whatever it holds.
-std::string shell_word(const char *text)
+void add_quoted(shell_command *command, const char *word)
 {
-    const size_t length = strlen(text);
-    const bool safe = length > 0 && strspn(text, SAFE_CHARACTERS) == length;
-    return safe ? text : quoted(text);
+    add_text(command, "'");
+    for (; *word != '\0'; ++word) {
+        const char character[] = {*word, '\0'};
+        add_text(command, *word == '\'' ? "'\\''" : character);
+    }
+    add_text(command, "'");
 }
 
-/// The first word of a command. The shell would take "-x" for its own option and "a=b/c" for an
-/// assignment, so such a path is quoted too.
-std::string program_word(const char *program)
+/// Adds a word that reaches the child as it is, whatever it holds.
+void add_word(shell_command *command, const char *word)
+{
+    const size_t length = strlen(word);
+    if (length > 0 && strspn(word, SAFE_CHARACTERS) == length)
+        add_text(command, word);
+    else
+        add_quoted(command, word);
+}
+
+/// Adds the first word of a command. The shell would take "-x" for its own option and "a=b/c"
+/// for an assignment, so such a path is quoted too.
+void add_program(shell_command *command, const char *program)
 {
     const bool like_option = program[0] == '-' || program[0] == '+';
     const bool like_assignment = program[strcspn(program, "=/")] == '=';
-    return like_option || like_assignment ? quoted(program) : shell_word(program);
+    if (like_option || like_assignment)
+        add_quoted(command, program);
+    else
+        add_word(command, program);
 }
 
 /// Starts the command with its output in the slot. Cut, a command would lose options and start a
 /// process of another kind, so one that is too long is not started.
-void start_child(child_slot *slot, const std::string &command)
+void start_child(child_slot *slot, const shell_command &command)
 {
-    if (command.size() >= COMMAND_SIZE)
+    if (command.length >= COMMAND_SIZE)
         return;
-    slot->stream = popen(command.c_str(), "re");
+    slot->stream = popen(command.text, "re");
     slot->pending_length = 0;
     slot->at_end = 0;
     slot->error_number = 0;
@@ -71,12 +87,15 @@ child_slot *free_desc_slot(child_slot *slots, bool quick)
 void run_child_process(child_slot *slots, int slot, const char *program, const char *method)
 {
     log_printf(LOG_LEVEL_TRACE, "TRACE: run_child_process <%s>\n", method);
-    std::string command = program_word(program);
-    if (strcmp(g_community_name, DEFAULT_COMMUNITY) != 0)
-        command += " -c " + shell_word(g_community_name);
-    command += std::string(" -s --") + method;
-    log_printf(LOG_LEVEL_TRACE, "TRACE: run: <%.*s>\n", static_cast<int>(COMMAND_SIZE - 1),
-               command.c_str());
+    shell_command command;
+    add_program(&command, program);
+    if (strcmp(g_community_name, DEFAULT_COMMUNITY) != 0) {
+        add_text(&command, " -c ");
+        add_word(&command, g_community_name);
+    }
+    add_text(&command, " -s --");
+    add_text(&command, method);
+    log_printf(LOG_LEVEL_TRACE, "TRACE: run: <%s>\n", command.text);
     start_child(&slots[slot], command);
 }
 
@@ -92,7 +111,11 @@ void start_desc_children(desc_queue *queue, child_slot *slots, const char *progr
         const char *option = " -I ";
         if (request->describe != 0)
             option = quick ? " --quick -R " : " -R ";
-        start_child(slot, program_word(program) + option + shell_word(request->ip));
+        shell_command command;
+        add_program(&command, program);
+        add_text(&command, option);
+        add_word(&command, request->ip);
+        start_child(slot, command);
         safe_strncpy(slot->target_ip, request->ip, sizeof slot->target_ip);
         request->started = 1;
     }

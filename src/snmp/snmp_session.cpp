@@ -8,10 +8,17 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
-#include <string>
+#include <memory>
 
 namespace
 {
+
+struct text_deleter {
+    void operator()(char *text) const
+    {
+        free(text);
+    }
+};
 
 constexpr size_t SUBIDENTIFIER_TEXT_SIZE = 20;
 
@@ -65,14 +72,17 @@ size_t parse_oid_text(const char *text, oid (&numbers)[MAX_SUBIDENTIFIERS])
 netsnmp_session *snmp_open_session(const char *peer, bool ipv6, netsnmp_callback callback,
                                    void *context)
 {
-    std::string peer_name(peer);
-    std::string community(g_community_name);
+    // Copies: the library's fields are not constant.
+    const std::unique_ptr<char, text_deleter> peer_name(strdup(peer));
+    const std::unique_ptr<char, text_deleter> community(strdup(g_community_name));
+    if (!peer_name || !community)
+        return nullptr;
     netsnmp_session wanted;
     snmp_sess_init(&wanted);
     wanted.version = ipv6 ? SNMP_VERSION_2c : SNMP_VERSION_1;
-    wanted.peername = peer_name.data();
-    wanted.community = reinterpret_cast<u_char *>(community.data());
-    wanted.community_len = community.size();
+    wanted.peername = peer_name.get();
+    wanted.community = reinterpret_cast<u_char *>(community.get());
+    wanted.community_len = strlen(community.get());
     wanted.callback = callback;
     wanted.callback_magic = context;
     return snmp_open(&wanted);
