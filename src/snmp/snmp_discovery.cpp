@@ -54,7 +54,7 @@ void collect_answers(netsnmp_session *session)
 {
     int count = 0;
     for (int i = 0; i < MAX_COLLECTIONS && count <= 0; ++i) {
-        count = sess_collect_responses(snmp_sess_pointer(session), QUIET_TIME);
+        count = sess_collect_responses(session, QUIET_TIME);
         log_trace("response_count=%d\n", count);
     }
 }
