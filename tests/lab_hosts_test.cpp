@@ -171,6 +171,27 @@ TEST_P(Hosts, AreAskedOnceOnEachInterfaceAndListedWhole)
 INSTANTIATE_TEST_SUITE_P(Lab, Hosts, testing::ValuesIn(HOSTS),
                          [](const auto &instance) { return instance.param.name; });
 
+TEST(Lab, AsksOnceThroughInterfacesOfManyAddressesAndThroughBridges)
+{
+    const lab_result result = run_in_lab(
+        {HALL, {"--no-route"}, {ANNEX}},
+        {"/bin/bash", "-c",
+         "PATH=$PATH:/sbin; ip address add 10.9.0.8/16 broadcast + label eth0:1 dev eth0 &&"
+         "ip address add 10.9.0.9/24 broadcast + dev eth0 && ip link add name br0 type bridge &&"
+         "ip link set eth1 master br0 && ip address add 10.10.0.8/16 broadcast + dev br0 &&"
+         "ip address add fe80::10:8/64 nodad dev br0 && ip link set br0 up &&"
+         "for i in {1..200}; do [[ $(ip link show br0) == *' state UP '* ]] && break; sleep 0.02; "
+         "done; "
+         "exec \"$0\" -s --nodeq --snmp --snmp6",
+         DEVSCOUT_PROGRAM});
+    SKIP_NO_LAB(result);
+    for (const std::string &record : {result.record, result.records.at("eth1")}) {
+        EXPECT_EQ(sent_to(record, "nodeq", "255.255.255.255:6000"), 2U) << record;
+        EXPECT_EQ(sent_to(record, "snmp", "255.255.255.255:161"), 2U) << record;
+        EXPECT_EQ(sent_to(record, "snmp", "[ff02::1]:161"), 2U) << record;
+    }
+}
+
 TEST(Lab, GoesOnWithTheOtherInterfaceWhereOneRefusesToSend)
 {
     const struct {
