@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <net/if.h>
 #include <string>
 #include <vector>
 
@@ -207,6 +208,39 @@ TEST(Ipv6, ListsDevicesUnderTheirOtherAddresses)
             const auto *record = static_cast<const device_record *>(node->data);
             EXPECT_EQ(record->snmp_devtype, 7);
         }
+        list_free(&devices);
+    }
+}
+
+TEST(Ipv6, CompletesAnAddressWithAZoneOnThatInterfaceAlone)
+{
+    const interface_list interfaces("eth0      Link encap:Ethernet\n"
+                                    "          inet6 addr: fe80::1/64 Scope:Link\n"
+                                    "          inet6 addr: 2001:db8:1::1/64 Scope:Global\n"
+                                    "lo        Link encap:Ethernet\n"
+                                    "          inet6 addr: fd00:2::1/64 Scope:Global\n");
+    const unsigned lo = if_nametoindex("lo");
+    const struct {
+        const char *ip;
+        std::vector<unsigned> zones;
+        const char *listed;
+    } cases[] = {
+        {"fe80::5", {lo}, "fd00:2::5"},
+        {"fe80::5", {lo, 0}, "fd00:2::5 2001:db8:1::5"},
+        {"fe80::1234:5678:9abc:def0", {4000000000}, "2001:db8:1:0:1234:5678:9abc:def0"},
+        {"fe80:1234:1234:1234:1234:1234:1234:1234", {lo}, ""}, // no room for the zone
+    };
+    for (const auto &c : cases) {
+        device_list devices = nullptr;
+        for (const unsigned zone : c.zones) {
+            char ip[IP_SIZE] = "";
+            strncpy(ip, c.ip, sizeof ip - 1);
+            if (zone != 0)
+                append_zone(ip, zone);
+            device_list_find_or_add(&devices, ip);
+        }
+        derive_ipv6_addresses_on(&devices, interfaces.head);
+        EXPECT_EQ(addresses_of(devices), c.listed) << c.ip;
         list_free(&devices);
     }
 }

@@ -137,6 +137,10 @@ lab_result run_in_lab(const lab_setup &setup, const std::vector<std::string> &co
         run.words.insert(run.words.end(), {"--fleet", folder.write("fleet", setup.fleet)});
         run.words.insert(run.words.end(), {"--record", record});
     }
+    for (const std::string &fleet : setup.networks) {
+        const std::string name = "fleet" + std::to_string(run.words.size());
+        run.words.insert(run.words.end(), {"--network", folder.write(name, fleet)});
+    }
     run.words.insert(run.words.end(), setup.options.begin(), setup.options.end());
     run.words.emplace_back("--");
     run.words.insert(run.words.end(), command.begin(), command.end());
@@ -144,6 +148,10 @@ lab_result run_in_lab(const lab_setup &setup, const std::vector<std::string> &co
     result.program = run_program(run);
     if (std::filesystem::exists(record))
         result.record = content_of(record);
+    for (const auto &entry : std::filesystem::directory_iterator(folder.path)) {
+        if (entry.path().stem() == "record" && entry.path().has_extension())
+            result.records[entry.path().extension().string().substr(1)] = content_of(entry.path());
+    }
     return result;
 }
 

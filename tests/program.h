@@ -1,6 +1,7 @@
 // Running programs from a test, on their own or in the lab network.
 #pragma once
 
+#include <map>
 #include <string>
 #include <vector>
 
@@ -32,13 +33,15 @@ std::string sorted_devices(const std::string &report);
 
 /// What a lab network is laid with.
 struct lab_setup {
-    std::string fleet;                ///< content of the fleet file
-    std::vector<std::string> options; ///< further options of lab/lab
+    std::string fleet;                      ///< content of the fleet file
+    std::vector<std::string> options;       ///< further options of lab/lab
+    std::vector<std::string> networks = {}; ///< fleets of the networks behind eth1 and on
 };
 
 struct lab_result {
     program_result program;
-    std::string record; ///< the requests that the simulator received
+    std::string record;                         ///< the requests that the simulator received
+    std::map<std::string, std::string> records; ///< those of other interfaces than eth0, by name
 };
 
 /// Runs `command` in a lab network. Where no lab can be laid the test is skipped by `SKIP_NO_LAB`.

@@ -94,7 +94,9 @@ TEST(SnmpPeer, StandsBehindTheArrowWithoutItsZone)
     const struct {
         const char *local;
         const char *peer;
-    } cases[] = {{"0.0.0.0", "10.9.1.1"}, {"::", "fe80::1:1"}, {"fe80::9:1", "2001:db8:9::5"}};
+        unsigned zone;
+    } cases[] = {
+        {"0.0.0.0", "10.9.1.1", 0}, {"::", "fe80::1:1", 7}, {"fe80::9:1", "2001:db8:9::5", 0}};
     for (const auto &c : cases) {
         netsnmp_indexed_addr_pair pair = address_pair(c.local, c.peer);
         netsnmp_pdu pdu = {};
@@ -105,6 +107,7 @@ TEST(SnmpPeer, StandsBehindTheArrowWithoutItsZone)
         char ip[IP_SIZE] = "";
         extract_peer_ip(ip, text, sizeof ip);
         EXPECT_STREQ(ip, c.peer) << text;
+        EXPECT_EQ(peer_zone(&pdu), c.zone) << text;
         EXPECT_LT(std::string(text).find(c.local), std::string(text).find('>')) << text;
 
         // The IPv6 transport tells the peer alone.
@@ -115,6 +118,7 @@ TEST(SnmpPeer, StandsBehindTheArrowWithoutItsZone)
         format_transport_address(nullptr, &pdu, text, sizeof text);
         extract_peer_ip(ip, text, sizeof ip);
         EXPECT_STREQ(ip, c.peer) << text;
+        EXPECT_EQ(peer_zone(&pdu), c.zone) << text;
     }
 }
 
@@ -201,10 +205,9 @@ TEST(Collection, EndsAfterAQuietBudgetThatEveryDatagramStartsAfresh)
               0);
     for (int i = 0; i < 3; ++i)
         sendto(peer, "garbage", 7, 0, reinterpret_cast<struct sockaddr *>(&source), size);
-    void *handle = snmp_sess_pointer(session);
-    EXPECT_EQ(sess_collect_responses(handle, {0, 50000}), 3);
+    EXPECT_EQ(sess_collect_responses(session, {0, 50000}), 3);
     const int64_t start = monotonic_us();
-    EXPECT_EQ(sess_collect_responses(handle, {0, 50000}), 0);
+    EXPECT_EQ(sess_collect_responses(session, {0, 50000}), 0);
     EXPECT_GE(monotonic_us() - start, 50000);
     snmp_close(session);
     EXPECT_EQ(devices, nullptr);

@@ -11,14 +11,16 @@
 
 constexpr long DEVICE_LIMIT = 4096;
 
-// The first eight bytes of the addresses in each network: fe80::/64, fd00:9::/64, 2001:db8:9::/64.
+// The first eight bytes of the addresses in each network: fe80::/64, fd00:N::/64, 2001:db8:N::/64.
 constexpr uint8_t IPV6_PREFIXES[IPV6_NETWORKS][8] = {
-    {0xFE, 0x80}, {0xFD, 0x00, 0x00, 0x09}, {0x20, 0x01, 0x0D, 0xB8, 0x00, 0x09}};
+    {0xFE, 0x80}, {0xFD, 0x00}, {0x20, 0x01, 0x0D, 0xB8}};
+constexpr size_t NUMBER_OFFSETS[IPV6_NETWORKS] = {0, 3, 5}; // of N; none in fe80::/64
 
-// Taken by the host side, the device side itself and the real SNMP agent: 10.9.0.1, .2 and .161,
-// and the interface ids ::9:1, ::9:2 and ::161.
-constexpr uint32_t LAB_IPV4[] = {0x0A090001, 0x0A090002, 0x0A0900A1};
-constexpr uint32_t LAB_IPV6_IDS[] = {0x00090001, 0x00090002, 0x00000161};
+// Taken by the host side, the device side itself and the real SNMP agent: 10.N.0.1, .2 and .161,
+// and the interface ids ::N:1, ::N:2 and ::161.
+constexpr uint32_t LAB_IPV4_HOSTS[] = {1, 2, 161};
+constexpr uint32_t LAB_IPV6_HOSTS[] = {1, 2};
+constexpr uint32_t AGENT_IPV6_ID = 0x161;
 
 struct word {
     std::string key;
@@ -95,9 +97,15 @@ static std::string split_words(std::string_view line, std::vector<word> &words)
     }
 }
 
+// A network's number as it stands in IPv6 addresses: its decimal digits.
+static uint8_t number_in_ipv6(int network)
+{
+    return static_cast<uint8_t>(network / 10 << 4 | network % 10);
+}
+
 // The interface id is the lower half of an address; counting up carries through its last four
 // bytes.
-static void set_ipv6(device &one, const in6_addr &id, uint32_t step)
+static void set_ipv6(device &one, int network_number, const in6_addr &id, uint32_t step)
 {
     uint32_t tail = 0;
     memcpy(&tail, id.s6_addr + 12, sizeof tail);
@@ -106,6 +114,8 @@ static void set_ipv6(device &one, const in6_addr &id, uint32_t step)
         in6_addr &address = one.ipv6[network];
         address = id;
         memcpy(address.s6_addr, IPV6_PREFIXES[network], sizeof IPV6_PREFIXES[network]);
+        if (NUMBER_OFFSETS[network] > 0)
+            address.s6_addr[NUMBER_OFFSETS[network]] = number_in_ipv6(network_number);
         memcpy(address.s6_addr + 12, &tail, sizeof tail);
     }
     one.has_ipv6 = true;
@@ -150,18 +160,22 @@ static std::string read_device_line(const std::vector<word> &words, device_line 
     return line.has_ipv4 || line.has_ipv6 ? "" : "a device has an IPv4 address or an id6";
 }
 
-static bool is_taken_by_lab(const device &one)
+static bool is_taken_by_lab(const device &one, int network)
 {
-    for (const uint32_t address : LAB_IPV4) {
-        if (one.has_ipv4 && one.ipv4 == address)
+    const uint32_t subnet = 10U << 24 | static_cast<uint32_t>(network) << 16;
+    for (const uint32_t host : LAB_IPV4_HOSTS) {
+        if (one.has_ipv4 && one.ipv4 == (subnet | host))
             return true;
     }
-    for (const uint32_t id : LAB_IPV6_IDS) {
-        const uint32_t words[2] = {0, htonl(id)};
-        if (one.has_ipv6 && memcmp(one.ipv6[0].s6_addr + 8, words, sizeof words) == 0)
+    uint32_t id[2] = {};
+    memcpy(id, one.ipv6[0].s6_addr + 8, sizeof id);
+    if (!one.has_ipv6 || id[0] != 0)
+        return false;
+    for (const uint32_t host : LAB_IPV6_HOSTS) {
+        if (ntohl(id[1]) == (static_cast<uint32_t>(number_in_ipv6(network)) << 16 | host))
             return true;
     }
-    return false;
+    return ntohl(id[1]) == AGENT_IPV6_ID;
 }
 
 static std::string add_device(fleet &devices, const device_line &line, uint32_t step)
@@ -171,7 +185,7 @@ static std::string add_device(fleet &devices, const device_line &line, uint32_t 
     one.has_ipv4 = line.has_ipv4;
     one.ipv4 = line.ipv4 + step;
     if (line.has_ipv6)
-        set_ipv6(one, line.id, step);
+        set_ipv6(one, devices.network, line.id, step);
     for (const word &next : line.words) {
         std::string value = text_replace_all(next.value, "%n", std::to_string(step + 1));
         if (line.has_ipv4)
@@ -180,7 +194,7 @@ static std::string add_device(fleet &devices, const device_line &line, uint32_t 
             return wrong;
         one.values[next.key].push_back(value);
     }
-    if (is_taken_by_lab(one))
+    if (is_taken_by_lab(one, devices.network))
         return "address taken by the lab itself";
     one.unreachable = device_text(one, "tcp") == "never";
     if (one.has_ipv4 && !devices.by_ipv4.emplace(one.ipv4, index).second)

@@ -23,6 +23,7 @@ struct device {
 };
 
 struct fleet {
+    int network = 9; ///< number of the lab network: 10.9.0.0/16, fd00:9::/64, 2001:db8:9::/64
     std::vector<device> devices;
     std::map<uint32_t, size_t> by_ipv4;    ///< index into `devices`, host byte order
     std::map<std::string, size_t> by_ipv6; ///< index into `devices`, by the 16 address bytes
@@ -30,7 +31,8 @@ struct fleet {
 
 constexpr size_t NO_DEVICE = SIZE_MAX;
 
-/// Reads a fleet file. Returns 0, or -1 after a line "FILE:LINE: what is wrong" on standard error.
+/// Reads a fleet file into `devices`, whose network is set. Returns 0, or -1 after a line
+/// "FILE:LINE: what is wrong" on standard error.
 int fleet_read(const char *path, fleet &devices);
 
 /// The index of the device that owns the address, or NO_DEVICE.

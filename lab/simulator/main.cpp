@@ -1,7 +1,8 @@
 // The device simulator: one process that answers for a whole fleet of devices.
 //
-// simulator --addresses FLEET
-// simulator --fleet FLEET --interface NAME [--record FILE] [--ready-fd N]
+// simulator --addresses FLEET [--network N]
+// simulator --fleet FLEET --interface NAME [--network N] [--record FILE] [--ready-fd N]
+// simulator --tunnel NAME [--record FILE] [--ready-fd N]
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
@@ -23,15 +24,19 @@
 #include "simulator/snmp.h"
 #include "simulator/tcp.h"
 #include "simulator/text.h"
+#include "simulator/tunnel.h"
 #include "simulator/udp.h"
 
+constexpr long LARGEST_NETWORK = 99;
 constexpr int EXIT_BAD_START = 3; // after a line on standard error; lab/inside.bash knows it
 
 struct arguments {
     const char *addresses = nullptr;
     const char *fleet = nullptr;
     const char *interface = "eth0";
+    const char *tunnel = nullptr;
     const char *record = nullptr;
+    int network = 9;
     int ready_fd = -1;
 };
 
@@ -63,6 +68,10 @@ static int read_arguments(int argc, char **argv, arguments &read)
             read.fleet = value;
         else if (strcmp(argv[i], "--interface") == 0)
             read.interface = value;
+        else if (strcmp(argv[i], "--tunnel") == 0)
+            read.tunnel = value;
+        else if (strcmp(argv[i], "--network") == 0)
+            read.network = static_cast<int>(text_to_number(value, LARGEST_NETWORK));
         else if (strcmp(argv[i], "--record") == 0)
             read.record = value;
         else if (strcmp(argv[i], "--ready-fd") == 0)
@@ -70,7 +79,9 @@ static int read_arguments(int argc, char **argv, arguments &read)
         else
             return -1;
     }
-    return (read.addresses == nullptr) != (read.fleet == nullptr) ? 0 : -1;
+    const int tasks = (read.addresses != nullptr ? 1 : 0) + (read.fleet != nullptr ? 1 : 0) +
+                      (read.tunnel != nullptr ? 1 : 0);
+    return tasks == 1 && read.network >= 0 ? 0 : -1;
 }
 
 static int open_services(unsigned interface)
@@ -145,29 +156,17 @@ static void raise_descriptor_limit()
     }
 }
 
-int main(int argc, char **argv)
+static void say_ready(int fd)
 {
-    arguments given;
-    if (read_arguments(argc, argv, given) != 0) {
-        fprintf(stderr, "use: simulator --addresses FLEET\n"
-                        "     simulator --fleet FLEET --interface NAME [--record FILE] "
-                        "[--ready-fd N]\n");
-        return EXIT_BAD_START;
-    }
-    fleet devices;
-    if (fleet_read(given.addresses != nullptr ? given.addresses : given.fleet, devices) != 0)
-        return EXIT_BAD_START;
-    if (given.addresses != nullptr) {
-        addresses_print(devices, given.interface);
-        return 0;
-    }
+    if (fd >= 0)
+        dprintf(fd, "ready\n");
+}
+
+static int run_fleet(const arguments &given, const fleet &devices)
+{
     const unsigned interface = if_nametoindex(given.interface);
     if (interface == 0) {
         fprintf(stderr, "simulator: no interface %s\n", given.interface);
-        return EXIT_BAD_START;
-    }
-    if (given.record != nullptr && record_open(given.record) != 0) {
-        fprintf(stderr, "simulator: %s: %s\n", given.record, strerror(errno));
         return EXIT_BAD_START;
     }
     raise_descriptor_limit();
@@ -175,8 +174,47 @@ int main(int argc, char **argv)
     if (end_signal.fd < 0 || open_services(interface) != 0 || inquiry_listen(devices) != 0 ||
         slp_listen(devices) != 0)
         return EXIT_BAD_START;
-    if (given.ready_fd >= 0)
-        dprintf(given.ready_fd, "ready\n");
+    say_ready(given.ready_fd);
     run(devices, end_signal.fd);
     return 0;
+}
+
+static int run_tunnel(const arguments &given)
+{
+    const descriptor end_signal(open_end_signal());
+    const descriptor tunnel(tunnel_open(given.tunnel));
+    if (end_signal.fd < 0 || tunnel.fd < 0) {
+        fprintf(stderr, "simulator: tunnel %s: %s\n", given.tunnel, strerror(errno));
+        return EXIT_BAD_START;
+    }
+    say_ready(given.ready_fd);
+    tunnel_run(tunnel.fd, end_signal.fd);
+    return 0;
+}
+
+int main(int argc, char **argv)
+{
+    arguments given;
+    if (read_arguments(argc, argv, given) != 0) {
+        fprintf(stderr,
+                "use: simulator --addresses FLEET [--network N]\n"
+                "     simulator --fleet FLEET --interface NAME [--network N] [--record FILE] "
+                "[--ready-fd N]\n"
+                "     simulator --tunnel NAME [--record FILE] [--ready-fd N]\n");
+        return EXIT_BAD_START;
+    }
+    fleet devices;
+    devices.network = given.network;
+    const char *file = given.addresses != nullptr ? given.addresses : given.fleet;
+    if (file != nullptr && fleet_read(file, devices) != 0)
+        return EXIT_BAD_START;
+    if (given.addresses != nullptr) {
+        addresses_print(devices, given.interface);
+        return 0;
+    }
+    if (given.record != nullptr && record_open(given.record) != 0) {
+        fprintf(stderr, "simulator: %s: %s\n", given.record, strerror(errno));
+        return EXIT_BAD_START;
+    }
+    return given.tunnel != nullptr ? run_tunnel(given) : run_fleet(given, devices);
 }

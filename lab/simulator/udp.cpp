@@ -135,9 +135,11 @@ bool udp_was_sent_to_all(const datagram &request)
     if (request.destination.ss_family == AF_INET6)
         return reinterpret_cast<const sockaddr_in6 &>(request.destination).sin6_addr.s6_addr[0] ==
                0xFF;
-    constexpr uint32_t SUBNET_BROADCAST = 0x0A09FFFF; // 10.9.255.255
+    constexpr uint32_t SUBNET_BROADCAST = 0x0A00FFFF; // 10.N.255.255 of network N
+    constexpr uint32_t ALL_BUT_NUMBER = 0xFF00FFFF;
     const uint32_t address = endpoint_ipv4(request.destination);
-    return address == INADDR_BROADCAST || address == SUBNET_BROADCAST || IN_MULTICAST(address);
+    return address == INADDR_BROADCAST || (address & ALL_BUT_NUMBER) == SUBNET_BROADCAST ||
+           IN_MULTICAST(address);
 }
 
 static size_t find_owner(const fleet &devices, const sockaddr_storage &destination)

@@ -1,4 +1,4 @@
-// Bounded waits for one descriptor, and the clock that they are measured by.
+// Bounded waits for descriptors, and the clock that they are measured by.
 #include "io/wait.h"
 
 #include <cerrno>
@@ -14,15 +14,20 @@ int64_t monotonic_us()
 
 int wait_for(int fd, short events, int64_t timeout_us)
 {
+    return wait_for_either(fd, -1, events, timeout_us);
+}
+
+int wait_for_either(int fd, int other_fd, short events, int64_t timeout_us)
+{
     if (timeout_us < 0)
         timeout_us = 0;
-    struct pollfd waited = {fd, events, 0};
+    struct pollfd waited[] = {{fd, events, 0}, {other_fd, events, 0}};
     const struct timespec timeout = {timeout_us / MICROSECONDS_PER_SECOND,
                                      (timeout_us % MICROSECONDS_PER_SECOND) * 1000};
-    const int ready = ppoll(&waited, 1, &timeout, nullptr);
-    if (ready > 0 && (waited.revents & POLLNVAL) != 0) {
+    const int ready = ppoll(waited, 2, &timeout, nullptr);
+    if (ready > 0 && ((waited[0].revents | waited[1].revents) & POLLNVAL) != 0) {
         errno = EBADF;
         return -1;
     }
-    return ready;
+    return ready > 0 ? 1 : ready;
 }

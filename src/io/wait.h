@@ -1,4 +1,4 @@
-// Bounded waits for one descriptor, and the clock that they are measured by.
+// Bounded waits for descriptors, and the clock that they are measured by.
 #pragma once
 
 #include <cstdint>
@@ -14,3 +14,6 @@ int64_t monotonic_us();
 /// once. Returns 1 when it does, 0 when the time is over, -1 when the wait failed (`errno`).
 /// Any descriptor number will do.
 int wait_for(int fd, short events, int64_t timeout_us);
+
+/// The same for two descriptors, either of which ends the wait; a negative one is passed over.
+int wait_for_either(int fd, int other_fd, short events, int64_t timeout_us);

@@ -4,14 +4,18 @@
 #include "config/text.h"
 
 #include <arpa/inet.h>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <initializer_list>
+#include <net/if.h>
 #include <netinet/in.h>
 
 namespace
 {
 
 constexpr size_t COMBINED_SIZE = 72;
+constexpr char ZONE_MARK = '%';
 
 struct field_pair {
     const char *first;
@@ -48,15 +52,35 @@ void copy_to(const char *ip, const device_record &source, device_list *devices)
         devices);
 }
 
+/// The interface with the index behind the "%" of an address text, or nullptr.
+const netinterface_info *find_interface_by_zone(list_node *interfaces, const char *ip)
+{
+    const char *zone = strchr(ip, ZONE_MARK);
+    char name[IF_NAMESIZE];
+    if (zone == nullptr ||
+        if_indextoname(static_cast<unsigned>(strtoul(zone + 1, nullptr, 10)), name) == nullptr)
+        return nullptr;
+    for (const list_node *node = interfaces; node != nullptr; node = node->next) {
+        const auto *interface = static_cast<const netinterface_info *>(node->data);
+        if (strcmp(interface->name, name) == 0)
+            return interface;
+    }
+    return nullptr;
+}
+
 void derive_from_record(const device_record *record, list_node *interfaces, device_list *derived)
 {
-    const netinterface_info *interface = find_interface_by_prefix(interfaces, record->ip);
+    const netinterface_info *interface = find_interface_by_zone(interfaces, record->ip);
+    char ip[IP_SIZE];
+    safe_strncpy(ip, record->ip, strcspn(record->ip, "%") + 1);
+    if (interface == nullptr)
+        interface = find_interface_by_prefix(interfaces, ip);
     if (interface == nullptr)
         return;
-    const field_pair fields = other_scopes(*interface, record->ip);
+    const field_pair fields = other_scopes(*interface, ip);
     for (const char *prefix_source : {fields.first, fields.second}) {
         char combined[COMBINED_SIZE];
-        combine_ipv6_address(combined, sizeof combined, prefix_source, record->ip);
+        combine_ipv6_address(combined, sizeof combined, prefix_source, ip);
         copy_to(combined, *record, derived);
     }
 }
@@ -89,6 +113,14 @@ void derive_ipv6_addresses_on(device_list *devices, list_node *interfaces)
         copy_to(record->ip, *record, devices);
     }
     list_free(&derived);
+}
+
+void append_zone(char (&ip)[IP_SIZE], unsigned interface)
+{
+    char zoned[2 * IP_SIZE];
+    const int length = snprintf(zoned, sizeof zoned, "%s%c%u", ip, ZONE_MARK, interface);
+    if (length < static_cast<int>(sizeof ip))
+        safe_strncpy(ip, zoned, sizeof ip);
 }
 
 const netinterface_info *find_interface_by_prefix(list_node *interfaces, const char *address)

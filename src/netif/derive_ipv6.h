@@ -11,12 +11,18 @@
 constexpr size_t IPV6_PREFIX_SIZE = 8; ///< bytes of the prefix, and of the interface identifier
 
 /// Replaces every IPv6 record of the list by the device's addresses in the other two scopes of
-/// the interface with its prefix; a record without such an interface is dropped. IPv4 records
-/// keep their order, the completed ones follow.
+/// the interface of its zone, where the list of interfaces holds that one, or else of the first
+/// interface with its prefix; a record without either is dropped. IPv4 records keep their order,
+/// the completed ones follow.
 void derive_ipv6_addresses(device_list *devices);
 
 /// The same for a given list of interfaces.
 void derive_ipv6_addresses_on(device_list *devices, list_node *interfaces);
+
+/// Makes the address text that stands for a link-local address on one interface (by index): with
+/// the zone behind it, in digits because a name may not fit. Where there is no room for it, the
+/// text stays as it is.
+void append_zone(char (&ip)[IP_SIZE], unsigned interface);
 
 /// The first interface, in list order, that has an IPv6 address with the prefix of `address`, or
 /// nullptr.

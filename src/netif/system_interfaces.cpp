@@ -29,7 +29,10 @@ bool is_ethernet(const struct ifaddrs *entry)
         return false;
     struct sockaddr_ll link = {};
     memcpy(&link, entry->ifa_addr, sizeof link);
-    const bool usable = (entry->ifa_flags & IFF_UP) != 0 && (entry->ifa_flags & IFF_LOOPBACK) == 0;
+    // One without a carrier has the link-local prefix too, and no device behind it.
+    constexpr unsigned NEEDED = IFF_UP | IFF_RUNNING;
+    const bool usable =
+        (entry->ifa_flags & NEEDED) == NEEDED && (entry->ifa_flags & IFF_LOOPBACK) == 0;
     return usable && link.sll_hatype == ARPHRD_ETHER;
 }
 

@@ -1,6 +1,7 @@
 // Discovery by nodeq, the devices' own UDP protocol, over IPv4 broadcast.
 #include "nodeq/nodeq.h"
 
+#include "io/egress.h"
 #include "io/socket.h"
 #include "io/stream.h"
 #include "io/wait.h"
@@ -103,9 +104,11 @@ int nodeq_send_request(int socket_fd)
     uint8_t request[NODEQ_REQUEST_SIZE];
     nodeq_build_request(request);
     const struct sockaddr_in everybody = ipv4_address(INADDR_BROADCAST, NODEQ_PORT);
-    return static_cast<int>(sendto(socket_fd, request, sizeof request, 0,
-                                   reinterpret_cast<const struct sockaddr *>(&everybody),
-                                   sizeof everybody));
+    return send_everywhere(socket_fd, plan_broadcast(), [&] {
+        return static_cast<int>(sendto(socket_fd, request, sizeof request, 0,
+                                       reinterpret_cast<const struct sockaddr *>(&everybody),
+                                       sizeof everybody));
+    });
 }
 
 int nodeq_collect_answers(device_list *devices, int socket_fd)

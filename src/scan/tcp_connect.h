@@ -1,4 +1,4 @@
-// A TCP connection attempt that takes 0.2 s at most.
+// TCP connection attempts that take 0.2 s at most.
 #pragma once
 
 #include <cstdint>
@@ -14,6 +14,8 @@ int tcp_connect_timeout(const char *host, uint16_t port, int debug_level);
 /// `what`, with a debug level of 5 or more. Returns 1 when the socket is ready, else 0.
 int wait_with_times(int socket_fd, short events, const char *what, int debug_level);
 
-/// Returns 1 when the address counts as reachable: something answered the connection attempt
-/// within 0.2 s. An IPv6 address counts without an attempt. Else 0.
+/// Returns 1 when the address counts as reachable: something answered or refused a connection
+/// attempt, or the second one that follows after 0.1 s of silence, within 0.2 s of the first. An
+/// IPv6 address counts without an attempt. Else 0. With a debug level of 5 or more the times of
+/// the wait are printed on standard output.
 int probe_reachable(const char *ip, uint16_t port, int debug_level);

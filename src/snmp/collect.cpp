@@ -37,18 +37,20 @@ void trace_select_info(int block, const struct timeval &timeout)
 struct timeval monotonic_time()
 {
     const int64_t now = monotonic_us();
-    return {now / MICROSECONDS_PER_SECOND, now % MICROSECONDS_PER_SECOND};
+    return {static_cast<time_t>(now / MICROSECONDS_PER_SECOND),
+            static_cast<suseconds_t>(now % MICROSECONDS_PER_SECOND)};
 }
 
 /// Waits for the session's socket, at most for `remaining` or until the library wants to be
 /// called. Returns what `select` returns.
-int wait_for_answer(void *handle, struct timeval remaining, snmp_descriptor_set *descriptors)
+int wait_for_answer(netsnmp_session *session, struct timeval remaining,
+                    snmp_descriptor_set *descriptors)
 {
     struct timeval timeout = remaining;
     int count = 0;
     int block = 0;
     trace_select_info(block, remaining);
-    snmp_sess_select_info2(handle, &count, &descriptors->set, &timeout, &block);
+    snmp_sess_select_info2(snmp_sess_pointer(session), &count, &descriptors->set, &timeout, &block);
     trace_select_info(block, timeout);
     // A request past its own time-out makes the library ask for no wait at all, again and again
     // until its time-outs are handled, which is done once, at the end.
@@ -76,7 +78,7 @@ int update_remaining(const struct timeval &budget, const struct timeval &start,
 
 /// One cycle: waits until something was read or the budget is used up. Returns 1 after a read, 0
 /// when the time is used up, -1 when the wait failed.
-int collect_once(void *handle, const struct timeval &budget)
+int collect_once(netsnmp_session *session, const struct timeval &budget)
 {
     snmp_descriptor_set descriptors;
     log_trace("sess_select_response\n");
@@ -85,7 +87,7 @@ int collect_once(void *handle, const struct timeval &budget)
     struct timeval remaining = budget;
     for (;;) {
         descriptors.clear();
-        const int ready = wait_for_answer(handle, remaining, &descriptors);
+        const int ready = wait_for_answer(session, remaining, &descriptors);
         if (ready < 0)
             return -1;
         log_trace("\tready=%d\n", ready);
@@ -103,12 +105,12 @@ int collect_once(void *handle, const struct timeval &budget)
 
 } // namespace
 
-int sess_collect_responses(void *handle, struct timeval budget)
+int sess_collect_responses(netsnmp_session *session, struct timeval budget)
 {
     log_trace("sess_collect_responses\n");
     int reads = 0;
     for (;;) {
-        const int result = collect_once(handle, budget);
+        const int result = collect_once(session, budget);
         if (result < 0) {
             const char *reason = strerror(errno);
             log_trace("select failed: <%s>\n", reason);
@@ -117,7 +119,7 @@ int sess_collect_responses(void *handle, struct timeval budget)
         }
         if (result == 0) {
             log_trace("snmp_timeout\n");
-            snmp_sess_timeout(handle);
+            snmp_sess_timeout(snmp_sess_pointer(session));
         } else {
             ++reads;
         }

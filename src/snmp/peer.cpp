@@ -66,6 +66,14 @@ void format_transport_address(netsnmp_transport *transport, const netsnmp_pdu *p
              ipv6 ? "IPv6: " : "", address_text(addresses.remote_addr, peer));
 }
 
+unsigned peer_zone(const netsnmp_pdu *pdu)
+{
+    netsnmp_indexed_addr_pair addresses = {};
+    const auto &peer = addresses.remote_addr;
+    const bool ipv6 = read_addresses(pdu, &addresses) && peer.sa.sa_family == AF_INET6;
+    return ipv6 && IN6_IS_ADDR_LINKLOCAL(&peer.sin6.sin6_addr) ? peer.sin6.sin6_scope_id : 0;
+}
+
 void extract_peer_ip(char *output, const char *text, size_t size)
 {
     const char *found = strstr(text, "IPv6");

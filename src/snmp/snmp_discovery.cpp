@@ -2,11 +2,13 @@
 #include "snmp/snmp_discovery.h"
 
 #include "config/text.h"
+#include "io/egress.h"
 #include "io/socket.h"
 #include "log/log.h"
 #include "netif/derive_ipv6.h"
 #include "snmp/classify.h"
 #include "snmp/collect.h"
+#include "snmp/everywhere.h"
 #include "snmp/peer.h"
 #include "snmp/snmp_session.h"
 
@@ -54,7 +56,7 @@ void collect_answers(netsnmp_session *session)
 {
     int count = 0;
     for (int i = 0; i < MAX_COLLECTIONS && count <= 0; ++i) {
-        count = sess_collect_responses(snmp_sess_pointer(session), QUIET_TIME);
+        count = sess_collect_responses(session, QUIET_TIME);
         log_trace("response_count=%d\n", count);
     }
 }
@@ -63,7 +65,8 @@ void do_one_poll(device_list *devices, const char *target, bool ipv6)
 {
     log_trace("do_one_poll\n");
     snmp_set_up_library("discovery_test");
-    discovery_context context = {devices};
+    const egress_plan plan = ipv6 ? plan_multicast() : plan_broadcast();
+    discovery_context context = {devices, ipv6 && plan.interfaces.size() > 1};
     const snmp_session_owner owner(snmp_open_session(target, ipv6, discovery_response, &context));
     if (owner.session == nullptr) {
         printf("# ERROR: snmp_open(\"%s\") failed, %s\n", target, strerror(errno));
@@ -72,6 +75,7 @@ void do_one_poll(device_list *devices, const char *target, bool ipv6)
     const int socket_fd = session_socket(owner.session);
     if (socket_fd >= 0)
         prepare_socket(socket_fd);
+    snmp_send_everywhere(owner.session, plan);
     log_trace("snmp_send\n");
     const char *const objects[] = {IDENTIFICATION_OID};
     if (snmp_send_get(owner.session, objects, 1) == 0) {
@@ -99,7 +103,7 @@ void record_printer(device_list *devices, const char *ip, const char *value, con
 }
 
 void read_variable(device_list *devices, const netsnmp_variable_list *variable,
-                   const char *transport_text)
+                   const char *transport_text, unsigned zone)
 {
     char value[VALUE_TEXT_SIZE];
     snmp_value_text(variable, value, sizeof value);
@@ -110,6 +114,8 @@ void read_variable(device_list *devices, const netsnmp_variable_list *variable,
         return;
     char ip[IP_SIZE] = "";
     extract_peer_ip(ip, transport_text, sizeof ip);
+    if (zone != 0)
+        append_zone(ip, zone);
     record_printer(devices, ip, value, model, vendor);
 }
 
@@ -147,10 +153,11 @@ int discovery_response(int operation, netsnmp_session *session, int, netsnmp_pdu
     }
     char transport_text[TRANSPORT_TEXT_SIZE];
     format_transport_address(transport, pdu, transport_text, sizeof transport_text);
-    device_list *devices = static_cast<discovery_context *>(context)->devices;
+    const auto *discovery = static_cast<discovery_context *>(context);
+    const unsigned zone = discovery->keeps_zones ? peer_zone(pdu) : 0;
     for (const auto *variable = pdu->variables; variable != nullptr;
          variable = variable->next_variable)
-        read_variable(devices, variable, transport_text);
+        read_variable(discovery->devices, variable, transport_text, zone);
     return 0;
 }
 

@@ -10,11 +10,13 @@ struct variable_list;
 /// What the callback of a discovery session is given.
 struct discovery_context {
     device_list *devices;
+    bool keeps_zones = false; ///< link-local addresses are recorded with the interface's index
 };
 
 /// Asks `target`, an IPv4 broadcast address or (beginning with "u") an IPv6 multicast peer name,
 /// for the identification string and adds every printer that answers to the list; IPv6 addresses
-/// are completed from the host's interfaces. Failures are reported on standard output. Returns 0.
+/// are completed from the host's interfaces. The request leaves through all usable interfaces.
+/// Failures are reported on standard output. Returns 0.
 int discover_using_netsnmp(device_list *devices, const char *target);
 
 /// The library's callback of the discovery session; `context` is a `discovery_context`. Returns 0

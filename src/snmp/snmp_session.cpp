@@ -6,6 +6,7 @@
 #include "config/text.h"
 
 #include <cerrno>
+#include <clocale>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -47,6 +48,9 @@ void snmp_set_up_library(const char *application)
     setenv("MIBDIRS", "", 1);
     snmp_enable_filelog("/dev/null", 0);
     init_snmp(application);
+    // The library takes the user's locale over. What a device says compares alike under each:
+    // under a Turkish one "Printer" would be no "PRINTER".
+    setlocale(LC_ALL, "C");
     netsnmp_ds_set_boolean(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_QUICK_PRINT, 1);
 }
 

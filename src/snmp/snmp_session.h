@@ -17,7 +17,8 @@ constexpr char PRINTER_MIB_OID[] = "1.3.6.1.2.1.43.5.1.1.5.1";
 
 constexpr size_t MAX_SUBIDENTIFIERS = 128;
 
-/// Sets the library up under `application`: no log, no MIB files, values printed bare.
+/// Sets the library up under `application`: no log, no MIB files, values printed bare, and
+/// texts compared in the C locale.
 void snmp_set_up_library(const char *application);
 
 /// Reads a dotted-decimal object identifier into at most MAX_SUBIDENTIFIERS numbers. Returns
