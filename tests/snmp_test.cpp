@@ -171,11 +171,19 @@ TEST(DescriptionQuery, SortsAnswersByTheirObject)
     char dsc[DSC_SIZE] = "old";
     EXPECT_EQ(getdesc_netsnmp(nullptr, 96, "127.0.0.1"), -1);
     EXPECT_EQ(getdesc_netsnmp(dsc, 0, "127.0.0.1"), -1);
-    EXPECT_NE(printed_by([&] {
-                  EXPECT_EQ(getdesc_netsnmp(dsc, 96, "::x"), -2);
-              }).find("# ERROR: snmp_open failed [getdesc], "),
-              std::string::npos);
-    EXPECT_STREQ(dsc, "");
+    const struct {
+        const char *ip;
+        std::string reason;
+    } unasked[] = {
+        {"::x", strerror(EINVAL)},
+        {"fe80:1111:2222:3333:4444:5555:6666:7777%lo", "Address too long"},
+    };
+    for (const auto &c : unasked) {
+        const std::string message = "# ERROR: snmp_open failed [getdesc], " + c.reason + "\n";
+        EXPECT_EQ(printed_by([&] { EXPECT_EQ(getdesc_netsnmp(dsc, 96, c.ip), -2); }),
+                  message + message);
+        EXPECT_STREQ(dsc, "");
+    }
 }
 
 TEST(Collection, EndsAfterAQuietBudgetThatEveryDatagramStartsAfresh)

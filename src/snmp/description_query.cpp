@@ -48,7 +48,10 @@ netsnmp_session *open_device_session(getdesc_answers *answers, const char *ip)
         return nullptr;
     }
     char peer[PEER_NAME_SIZE];
-    snprintf(peer, sizeof peer, "udp6:[%s]", ip);
+    if (snprintf(peer, sizeof peer, "udp6:[%s]", ip) >= static_cast<int>(sizeof peer)) {
+        errno = ENAMETOOLONG;
+        return nullptr;
+    }
     return snmp_open_session(peer, true, on_snmp_response, answers);
 }
 
@@ -136,7 +139,9 @@ void getdesc_query(getdesc_answers *answers, const char *ip, const char *first_o
     clear_answers(answers);
     const snmp_session_owner owner(open_device_session(answers, ip));
     if (owner.session == nullptr) {
-        printf("# ERROR: snmp_open failed [getdesc], %s\n", strerror(errno));
+        // The system's text for this error speaks of files.
+        const char *reason = errno == ENAMETOOLONG ? "Address too long" : strerror(errno);
+        printf("# ERROR: snmp_open failed [getdesc], %s\n", reason);
         return;
     }
     const char *objects[3];
