@@ -34,7 +34,7 @@ bool is_ipv6_literal(const char *ip)
     char address[INET6_ADDRSTRLEN];
     struct in6_addr parsed = {};
     const size_t length = strcspn(ip, "%");
-    safe_strncpy(address, ip, length < sizeof address ? length + 1 : sizeof address);
+    copy_part(address, ip, length, sizeof address);
     return length < sizeof address && inet_pton(AF_INET6, address, &parsed) > 0;
 }
 
