@@ -167,6 +167,17 @@ TEST(OemConfig, ReadsKeysWhereverTheyStand)
     EXPECT_STREQ(actx.vendor_lower, "mixedcase\r");
 }
 
+TEST(OemConfig, PassesOverFilesOfMoreThanOneMebibyte)
+{
+    const scratch_folder folder;
+    const std::string file = folder.write("share/OEM.ini", "VENDOR=Big\n");
+    const std::string program = folder.path / "bin/devscout";
+    std::filesystem::resize_file(file, 1 << 20);
+    EXPECT_EQ(read_oem_config(program.c_str()), 0);
+    std::filesystem::resize_file(file, (1 << 20) + 1);
+    EXPECT_EQ(read_oem_config(program.c_str()), -1);
+}
+
 TEST(OemConfig, BoundsListsValuesAndLines)
 {
     const scratch_folder folder;
