@@ -1,6 +1,7 @@
 // OEM.ini, paths and bounded texts.
 #include "config/oem_config.h"
 #include "config/paths.h"
+#include "config/printable.h"
 #include "config/text.h"
 #include "scratch.h"
 
@@ -25,8 +26,10 @@ int read_ini(const scratch_folder &folder, const std::string &content)
 TEST(Text, CutsAndAlwaysTerminates)
 {
     char buffer[6] = "?????";
-    safe_strncpy(buffer, "abcdefgh", sizeof buffer);
-    EXPECT_STREQ(buffer, "abcde");
+    EXPECT_STREQ(safe_strncpy(buffer, "abcdefgh", sizeof buffer), "abcde");
+    EXPECT_STREQ(copy_part(buffer, "abcdefgh", 7, sizeof buffer), "abcde");
+    EXPECT_STREQ(copy_part(buffer, "ab", 1, sizeof buffer), "a");
+    EXPECT_STREQ(safe_strncpy(buffer, "abcde", sizeof buffer), "abcde");
     append_text(buffer, "xyz", sizeof buffer);
     EXPECT_STREQ(buffer, "abcde");
     EXPECT_STREQ(str_toupper("aZ1\xe4", buffer, sizeof buffer), "AZ1\xe4");
@@ -34,6 +37,40 @@ TEST(Text, CutsAndAlwaysTerminates)
     EXPECT_EQ(str_tolower_static(std::string(2000, 'A').c_str()), std::string(1023, 'a'));
     char line[] = "value\n\n";
     EXPECT_STREQ(strip_newline(strip_newline(strip_newline(line))), "value");
+}
+
+TEST(Text, IsPrintedWithoutWhatCouldForgeALine)
+{
+    const struct {
+        std::string text;
+        std::string printed;
+    } cases[] = {
+        {"a\nb\r\t\x1b[2J\x7f~", "a b   [2J ~"},
+        {"\xc2\x85ip: 6.6.6.6", "  ip: 6.6.6.6"},
+        {"\xc2\x80\xc2\x9f\xc2\xa0", "    \xc2\xa0"},
+        {"\xe2\x80\xa7\xe2\x80\xa8\xe2\x80\xa9\xe2\x80\xaa", "\xe2\x80\xa7         "},
+        {"\xe2\x80\xae\xe2\x80\xaf\xe2\x81\xa5\xe2\x81\xa6", "   \xe2\x80\xaf\xe2\x81\xa5   "},
+        {"\xe2\x81\xa9\xe2\x81\xaa", "   \xe2\x81\xaa"},
+        // UTF-8 letters hold bytes that stand for control characters elsewhere.
+        {"\xc3\x9c\xd0\x9b\xe2\x82\xac\xf0\x9f\x96\xa8",
+         "\xc3\x9c\xd0\x9b\xe2\x82\xac\xf0\x9f\x96\xa8"},
+        {"B\xfcro \xa0\xff", "B\xfcro \xa0\xff"}, // Latin-1
+        {"\x9b"
+         "2J\x80\x9f",
+         " 2J  "},
+        // Cut, overlong, surrogate and too large: no sequence, so its bytes count one by one.
+        {"\xe2\x80", "\xe2 "},
+        {"\xe2\xe2\x80\xa8", "\xe2   "},
+        {"\xc1\x85\xe0\x82\x85\xf0\x80\x82\x85", "\xc1 \xe0  \xf0   "},
+        {"\xed\xa0\x80\xf4\x90\x80\x80\xf8\x88", "\xed\xa0 \xf4   \xf8 "},
+    };
+    for (const auto &c : cases) {
+        char printed[32];
+        EXPECT_EQ(printable_text(printed, c.text.c_str(), sizeof printed), c.printed) << c.text;
+    }
+    char small[5];
+    EXPECT_STREQ(printable_text(small, "abcdefgh", sizeof small), "abcd");
+    EXPECT_STREQ(printable_text(small, "abc\xc3\x9c", sizeof small), "abc");
 }
 
 TEST(Paths, MakesPathsAbsolute)
@@ -128,6 +165,17 @@ TEST(OemConfig, ReadsKeysWhereverTheyStand)
     EXPECT_EQ(actx.parport, -2);
     read_ini(folder, "VENDOR=MixedCase\r\n");
     EXPECT_STREQ(actx.vendor_lower, "mixedcase\r");
+}
+
+TEST(OemConfig, PassesOverFilesOfMoreThanOneMebibyte)
+{
+    const scratch_folder folder;
+    const std::string file = folder.write("share/OEM.ini", "VENDOR=Big\n");
+    const std::string program = folder.path / "bin/devscout";
+    std::filesystem::resize_file(file, 1 << 20);
+    EXPECT_EQ(read_oem_config(program.c_str()), 0);
+    std::filesystem::resize_file(file, (1 << 20) + 1);
+    EXPECT_EQ(read_oem_config(program.c_str()), -1);
 }
 
 TEST(OemConfig, BoundsListsValuesAndLines)

@@ -3,6 +3,7 @@
 #include "program.h"
 #include "scratch.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <string>
@@ -19,6 +20,19 @@ std::string device(const std::string &ip, const std::string &rest)
 std::string described(const std::string &ip, const std::string &dsc)
 {
     return device(ip, "0,0,0,0 snmp: 0,0,0 vendor:  dsc: \"" + dsc + "\"");
+}
+
+/// The SNMP requests of a record, each as "DESTINATION VERSION, ".
+std::string versions_asked(const std::string &record)
+{
+    std::string found;
+    std::istringstream lines(requests(record, "snmp"));
+    std::string destination;
+    std::string length;
+    std::string bytes;
+    while (lines >> destination >> length >> bytes)
+        found += destination + (bytes.substr(4, 6) == "020100" ? " 1, " : " 2c, ");
+    return found;
 }
 
 constexpr char OFFICE[] =
@@ -47,7 +61,7 @@ TEST(Lab, ListsEveryShapeOfNodeqAnswer)
                            "device 10.9.1.6 nodeq.a=ABC nodeq.b=XYZ nodeq.length=300\n"
                            "device 10.9.1.7 nodeq.a=ABC nodeq.length=0\n"
                            "device 10.9.1.8 nodeq.first.a=FIRST nodeq.a=LATER nodeq.b=info\n"
-                           "device 10.9.1.9 nodeq.a=\"\\x1b[2J\\n#\" nodeq.delay=300\n"
+                           "device 10.9.1.9 nodeq.a=\"\\x1b[2J\\n#\" nodeq.delay=800\n"
                            "device 10.9.1.10 nodeq.hex=41414141414141424242\n"
                            "device 10.9.1.11\n",
                            {}};
@@ -108,6 +122,42 @@ TEST(Lab, ListsOnlyScannersThatReturnTheirBlock)
               std::string::npos);
 }
 
+TEST(Lab, RunsEveryMethodInTurn)
+{
+    const lab_result result = devscout_in_lab(
+        {"device 10.9.1.1 id6=::1:1 id=\"MFG:A;MDL:m;CLS:PRINTER\" nodeq.a=ABC\n", {}},
+        {"-s", "--time", "--nodeq", "--nodeq6", "--slp", "--snmp", "--snmp6"});
+    SKIP_NO_LAB(result);
+    std::string marks = "# MARK: BEGIN: [0-9].00\n";
+    for (const char *method : {"nodeq", "nodeq6", "slp", "netsnmp", "netsnmp6"})
+        marks += std::string("# MARK: after discover_using_") + method + ": [0-9].00\n";
+    EXPECT_THAT(lines_with(result.program.out, "# MARK: "),
+                testing::MatchesRegex(marks + "# MARK: END: [0-9].00\n"));
+    EXPECT_EQ(line_count(requests(result.record, "nodeq"), "255.255.255.255:6000 "), 2U)
+        << "over IPv6 nothing is sent:\n"
+        << result.record;
+    EXPECT_EQ(versions_asked(result.record),
+              "255.255.255.255:161 1, 255.255.255.255:161 1, [ff02::1]:161 2c, [ff02::1]:161 2c, ");
+}
+
+TEST(Lab, AsksAgainAndWaitsOnceMoreAfterSilence)
+{
+    const scratch_folder tmp;
+    tmp.write("devscout_snmp.lcf", "");
+    const lab_result result =
+        devscout_in_lab({"device 10.9.1.1 id=\"MFG:A;MDL:m;CLS:PRINTER\" snmp.delay=3000\n",
+                         {"--tmp", tmp.path.string()}},
+                        {"-s", "--snmp"});
+    SKIP_NO_LAB(result);
+    EXPECT_EQ(line_count(result.program.out, "ip: 10.9.1.1 "), 1U);
+    EXPECT_GE(line_count(requests(result.record, "snmp"), "255.255.255.255:161 "), 2U);
+    std::istringstream log(content_of(tmp.path / "devscout_snmp.log"));
+    int waits = 0;
+    for (std::string line; std::getline(log, line);)
+        waits += line.find(":select") != std::string::npos ? 1 : 0;
+    EXPECT_LT(waits, 20) << "a request that is overdue for the library makes no wait shorter";
+}
+
 TEST(Lab, InquiresScannersOfEveryShape)
 {
     std::string fleet = "device 10.9.1.20 tcp=never\ndevice 10.9.1.21\n";
@@ -131,17 +181,43 @@ TEST(Lab, InquiresScannersOfEveryShape)
         inquire("10.9.1." + std::to_string(number), shape.found);
     }
     inquire("2001:db8:9::a:1", true);
+    inquire("trio", true);
     for (const char *nobody : {"fe80::a:1", "10.9.1.20", "10.9.1.21", "'no name'", "''", "::x"})
         inquire(nobody, false);
+    const scratch_folder etc; // the first address counts, not the one that is nearest
+    etc.write("hosts", "fd00:9::a:1 trio\n10.9.1.1 trio\n10.9.0.99 trio\n");
     const lab_result result =
-        run_in_lab({fleet, {}}, {"/bin/bash", "-c",
-                                 script + "\"$0\" -I 10.9.1.1 >/dev/null; echo $?; "
-                                          "\"$0\" -I 10.9.1.5 | tail -n 1; echo ${PIPESTATUS[0]}",
-                                 DEVSCOUT_PROGRAM});
+        run_in_lab({fleet, {"--etc", etc.path.string()}},
+                   {"/bin/bash", "-c",
+                    script + "\"$0\" -I 10.9.1.1 >/dev/null; echo $?; "
+                             "\"$0\" -I 10.9.1.5 | tail -n 1; echo ${PIPESTATUS[0]}",
+                    DEVSCOUT_PROGRAM});
     SKIP_NO_LAB(result);
     EXPECT_EQ(result.program.out, expected + "0\n# Mode scanner_inquiry\n1\n");
     EXPECT_NE(requests(result.record, "inquiry").find("10.9.1.1:9400 4 1ba81200\n"),
               std::string::npos);
+}
+
+TEST(Lab, WaitsForSlowConnections)
+{
+    // The way to the device leads over a neighbour that is found while the connection waits.
+    constexpr char SCRIPT[] = R"("$0" -d4 -I 10.9.1.1 | grep -c '^a8\|^# time'
+mac=$(ip neigh show 10.9.1.1 | grep -o 'lladdr [^ ]*')
+ip route add 10.9.1.1 via 10.9.9.9
+"$0" -d5 -I 10.9.1.1 | cut -c 1-31 | grep '^a8\|^# time' &
+until ip neigh show 10.9.9.9 | grep -q INCOMPLETE; do :; done
+sleep 0.06
+ip neigh replace 10.9.9.9 $mac dev eth0
+wait)";
+    const lab_result result = run_in_lab({"device 10.9.1.1 scan=whole\n", {}},
+                                         {"/bin/bash", "-c", SCRIPT, DEVSCOUT_PROGRAM});
+    SKIP_NO_LAB(result);
+    EXPECT_EQ(result.program.out, "1\n"
+                                  "# time before select on open is\n"
+                                  "# time  after select on open is\n"
+                                  "# time before select on recv is\n"
+                                  "# time  after select on recv is\n"
+                                  "a8 01 02 03 04 05 06 07 08 09 0\n");
 }
 
 TEST(Lab, DescribesSingleDevices)
@@ -159,6 +235,7 @@ TEST(Lab, DescribesSingleDevices)
         "device 10.9.1.8 id=\"MFG:Acme;MDL:a\\nip: b;\"\n"
         "device 10.9.1.9 tcp=never\n"
         "device 10.9.1.10 id=\"MFG:Acme;MDL:b\" id.fill=600\n"
+        "device 10.9.1.11 id=\"MFG:Acme;MDL:slow;\" snmp.delay=120\n"
         "device - id6=::5:1 model=\"Brightmoor 3\"\n";
     const struct {
         const char *ip;
@@ -174,6 +251,7 @@ TEST(Lab, DescribesSingleDevices)
         {"10.9.1.8", "ip: 10.9.1.8        dsc: \"Acme a ip: b\"\n"},
         {"10.9.1.9", "ip: 10.9.1.9         dsc: \" \" ERROR: Destination unreachable\n"},
         {"10.9.1.10", "ip: 10.9.1.10       dsc: \"Acme b" + std::string(89, 'x') + "\"\n"},
+        {"10.9.1.11", "ip: 10.9.1.11       dsc: \"Acme slow\"\n"},
         {"10.9.0.161", "ip: 10.9.0.161      dsc: \"Taliven QD-77\"\n"},
         {"fd00:9::5:1", "ip: fd00:9::5:1     dsc: \"Orvel Brightmoor 3\"\n"},
         {"10.9.0.1", ""},
@@ -191,9 +269,13 @@ TEST(Lab, DescribesSingleDevices)
     etc.write("resolv.conf", "nameserver 127.0.0.1\n"); // refuses at once
     const lab_result result = run_in_lab(
         {fleet, {"--snmpd", "--etc", etc.path.string()}},
-        {"/bin/bash", "-c", "(" + script + ") | grep '^ip: \\|^[0-9]'", DEVSCOUT_PROGRAM});
+        {"/bin/bash", "-c",
+         "(" + script +
+             ") | grep '^ip: \\|^[0-9]'; ASAN_OPTIONS=detect_leaks=0 strace -e trace=connect "
+             "\"$0\" -R 10.9.1.1 2>&1 | grep -c 'htons(161).* EINPROGRESS'",
+         DEVSCOUT_PROGRAM});
     SKIP_NO_LAB(result);
-    EXPECT_EQ(result.program.out, expected);
+    EXPECT_EQ(result.program.out, expected + "1\n");
 }
 
 TEST(Lab, PassesOverBrokenSnmpAnswers)
@@ -207,7 +289,7 @@ TEST(Lab, PassesOverBrokenSnmpAnswers)
         "device 10.9.1.6 id=\"MFG:A;CLS:PRINTER\" snmp.community=other\n"
         "device 10.9.1.7 id=\"CLS:PRINTER\"\n"
         "device 10.9.1.8 id=\"CLS:PRINTER;MFG:Big;MDL:m\" id.fill=60000\n"
-        "device 10.9.1.9 id=\"CLS:PRINTER;MFG:A;MDL:\\\"q\\\";\" snmp.repeat=2 snmp.delay=500\n"
+        "device 10.9.1.9 id=\"CLS:PRINTER;MFG:A;MDL:\\\"q\\\";\" snmp.repeat=2 snmp.delay=1500\n"
         "device 10.9.1.10 id=\"CLS:PRINTER;MFG:A;MDL:early;\" snmp.then=\"PRINTER MFG:late\"\n"
         "device 10.9.1.11 id=\"CLS:PRINTER;MFG:A;MDL:last\"\n"
         // A request instead of a response, with the value MFG:Evil;CLS:PRINTER.
@@ -316,11 +398,15 @@ TEST(Lab, WorksWithDescriptorsOfAnyNumberAndWithoutStandardStreams)
     EXPECT_EQ(line_count(result.program.out, "# Total 9 printers found, "), 1U)
         << result.program.out << result.program.err;
 
+    const scratch_folder tmp; // the log must not take the place of the standard output
+    tmp.write("devscout_snmp.lcf", "");
     const lab_result closed =
-        run_in_lab({OFFICE, {}}, {"/bin/bash", "-c", "\"$0\" -s --nodeq >&- 2>&- <&-; echo $?",
-                                  DEVSCOUT_PROGRAM});
+        run_in_lab({OFFICE, {"--tmp", tmp.path.string()}},
+                   {"/bin/bash", "-c", "\"$0\" -s --time --snmp >&-; echo $?", DEVSCOUT_PROGRAM});
     EXPECT_EQ(closed.program.out, "0\n");
-    EXPECT_EQ(line_count(requests(closed.record, "nodeq"), "255.255.255.255:6000 65 "), 2U);
+    const std::string log = content_of(tmp.path / "devscout_snmp.log");
+    EXPECT_EQ(line_count(log, "INFO: 20"), 2U) << log;
+    EXPECT_EQ(line_count(log, "# "), 0U) << log;
 }
 
 TEST(Lab, ListsAThousandPrintersOfOneBurst)

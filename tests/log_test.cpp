@@ -1,5 +1,6 @@
 // Log files, records, time stamps and hex dumps.
 #include "capture.h"
+#include "io/stream.h"
 #include "log/log.h"
 #include "log/timestamp.h"
 #include "log/xdump.h"
@@ -9,6 +10,8 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <fcntl.h>
+#include <functional>
 #include <string>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -88,15 +91,15 @@ TEST(Log, ReadsItsKeys)
         int level;
         int flush;
     } cases[] = {
-        {"", 2, 0},
+        {"", 2, 3},
         {"LOG_LEVEL=3\nFLUSH_MODE=1\nLOG_LEVEL= 1 x\n", 1, 1},
         {"FLUSH_MODE=yes\nLOG_LEVELS and more=7\n", 7, 0},
-        {" LOG_LEVEL=5\nlog_level=5\n#LOG_LEVEL=5\nLOG_LEVEL\nLOG_LEVE=5\n", 2, 0},
+        {" LOG_LEVEL=5\nlog_level=5\n#LOG_LEVEL=5\nLOG_LEVEL\nLOG_LEVE=5\n", 2, 3},
         {"LOG_LEVEL=274\nFLUSH_MODE=2", 274, 1},
-        {"LOG_LEVEL=x=5", 0, 0},
+        {"LOG_LEVEL=x=5", 0, 3},
     };
     for (const auto &c : cases) {
-        log_flush_mode = 0;
+        log_flush_mode = 3;
         files.configure(c.content);
         log_open(("some/folder/" + files.name).c_str());
         EXPECT_EQ(log_level, c.level) << c.content;
@@ -144,24 +147,61 @@ TEST(Log, PutsPidAndTimeIntoItsName)
     }
 }
 
-TEST(Log, FollowsNoLinkAndWaitsForNoFifo)
+TEST(Log, TakesNothingThatIsNotItsOwnFile)
 {
     const log_files files;
     const scratch_folder folder;
     const std::string victim = folder.write("victim", "precious");
-    files.configure("");
-    ASSERT_EQ(symlink(victim.c_str(), files.plain.c_str()), 0);
-    testing::internal::CaptureStderr();
-    log_open(files.name.c_str());
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), files.plain + " file open error\n");
-    EXPECT_EQ(log_stream, nullptr);
-    EXPECT_EQ(content_of(victim), "precious");
+    const std::string log = folder.path / "log";
+    descriptor reader;
+    const struct {
+        const char *what;
+        std::function<int()> lay;
+    } cases[] = {
+        {"symbolic link", [&] { return symlink(victim.c_str(), log.c_str()); }},
+        {"hard link", [&] { return link(victim.c_str(), log.c_str()); }},
+        {"FIFO without a reader", [&] { return mkfifo(log.c_str(), 0600); }},
+        {"FIFO with a reader",
+         [&] {
+             const int laid = mkfifo(log.c_str(), 0600);
+             reader.reset(open(log.c_str(), O_RDONLY | O_NONBLOCK));
+             return laid;
+         }},
+        {"folder", [&] { return mkdir(log.c_str(), 0700); }},
+        {"file of another user",
+         [&] {
+             folder.write("log", "precious");
+             return geteuid() == 0 ? chown(log.c_str(), 65534, 65534) : chmod(log.c_str(), 0400);
+         }},
+    };
+    for (const auto &c : cases) {
+        std::filesystem::remove(log);
+        ASSERT_EQ(c.lay(), 0) << c.what;
+        testing::internal::CaptureStderr();
+        log_open_file(2, log.c_str());
+        EXPECT_EQ(testing::internal::GetCapturedStderr(), log + " file open error\n") << c.what;
+        EXPECT_EQ(log_stream, nullptr) << c.what;
+        EXPECT_EQ(content_of(victim), "precious") << c.what;
+    }
+    EXPECT_EQ(content_of(log), "precious") << "another user's file is not emptied either";
 
-    unlink(files.plain.c_str());
-    unlink(files.configuration.c_str());
     ASSERT_EQ(mkfifo(files.configuration.c_str(), 0600), 0);
     log_open(files.name.c_str());
-    EXPECT_EQ(log_stream, nullptr);
+    EXPECT_EQ(log_stream, nullptr) << "a FIFO is no configuration";
+}
+
+TEST(Log, WritesEachRecordAtOnceInFlushMode)
+{
+    const log_files files;
+    for (const bool flush : {false, true}) {
+        files.configure(flush ? "FLUSH_MODE=1\n" : "FLUSH_MODE=0\n");
+        log_open(files.name.c_str());
+        log_printf(1, "record\n");
+        EXPECT_EQ(content_of(files.plain), flush ? "record\n" : "");
+        log_line("line");
+        EXPECT_EQ(content_of(files.plain), flush ? "record\nline\n" : "");
+        log_close();
+    }
 }
 
 TEST(Log, FiltersByVerbosityAndCategory)
@@ -202,7 +242,6 @@ TEST(Log, WritesArgumentsTracesAndDumps)
 TEST(Timestamp, ChoosesItsTime)
 {
     setenv("TZ", "UTC", 1);
-    tzset();
     char text[TIMESTAMP_SIZE];
     const struct timeval precise = {1794819903, 417};
     const time_t seconds = 86400;
@@ -211,6 +250,9 @@ TEST(Timestamp, ChoosesItsTime)
     EXPECT_STREQ(format_timestamp(text, sizeof text, nullptr, &seconds, 1),
                  "1970-01-02 00:00:00.000000");
     EXPECT_STREQ(format_timestamp(text, 20, nullptr, nullptr, 1), "1970-01-01 00:00:01");
+    setenv("TZ", "XYZ-2", 1); // the zone is looked up each time
+    EXPECT_STREQ(format_timestamp(text, 20, nullptr, nullptr, 1), "1970-01-01 02:00:01");
+    setenv("TZ", "UTC", 1);
     const time_t before = time(nullptr);
     format_timestamp(text, sizeof text, nullptr, nullptr, 0);
     struct tm parsed = {};

@@ -1,6 +1,4 @@
 // The nodeq answer: its fields, and what a record keeps of several answers.
-#include "capture.h"
-#include "nodeq/nodeq.h"
 #include "nodeq/nodeq_packet.h"
 
 #include <gtest/gtest.h>
@@ -89,13 +87,4 @@ TEST(NodeqAnswer, FillsOnlyTheRoomThatIsLeft)
     memset(record.dsc, 'x', 90);
     receive(&record, answer("ABC", "XYZ"));
     EXPECT_EQ(std::string(record.dsc), std::string(90, 'x') + "#[ABC");
-}
-
-TEST(Nodeq, DoesNotServeTheIpv6Target)
-{
-    device_list devices = nullptr;
-    EXPECT_EQ(printed_by([&] { EXPECT_EQ(discover_using_nodeq(&devices, "udp6:[ff02::1]"), 0); }),
-              "");
-    EXPECT_EQ(devices, nullptr);
-    EXPECT_EQ(nodeq_send_request(-1), -1);
 }

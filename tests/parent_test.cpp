@@ -5,6 +5,7 @@
 #include "program.h"
 #include "scratch.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <string>
@@ -48,6 +49,18 @@ std::string device(const std::string &ip, const std::string &rest)
     return line_of(ip, "slp: 0,0,0,0 snmp: " + rest);
 }
 
+/// The parent run by a shell command that names it `"$@"`, with a child that does `script`.
+program_result run_by_shell(const std::string &command, const std::string &script)
+{
+    const scripted_parent parent;
+    const std::string child = parent.folder.write("child", "#!/bin/sh\n" + script + "\n");
+    std::filesystem::permissions(child, std::filesystem::perms::owner_all);
+    program_run run;
+    run.words = {"/bin/bash", "-c", "set -- exec -a \"$0\" \"$1\" --nodeq; " + command, child,
+                 DEVSCOUT_PROGRAM};
+    return run_program(run);
+}
+
 } // namespace
 
 TEST(Parent, MergesEveryKindOfLine)
@@ -79,26 +92,30 @@ TEST(Parent, MergesEveryKindOfLine)
                   device("10.0.0.2", R"(0,0,0 vendor: Orvel dsc: "Model")"));
     EXPECT_EQ(line_count(result.out, "# Total 3 printers found, "), 1U);
     EXPECT_EQ(line_count(result.out, "# Mode"), 2U) << "a child's mode line is not repeated";
+    EXPECT_EQ(lines_with(result.out, "WARNING"), "WARNING: configuration file not found\n");
 }
 
 TEST(Parent, FillsScannerBlocksFromInquiryChildren)
 {
     const scripted_parent parent;
     const program_result result = parent.run(R"(
-"-s --snmp") for i in 1 2 3; do
-        echo "ip: 10.0.0.$i slp: 0,0,0,0 snmp: 1,1,0 vendor: V dsc: \"S$i\""
+"-s --snmp") for i in 1 2 3 4 5 6; do
+        echo "ip: 10.0.0.$i slp: 0,0,0,0 snmp: 1,1,0 vendor: V dsc: \"S\""
     done;;
-"-I 10.0.0.1") echo '# Mode scanner_inquiry'
-    for i in 0 1 2 3; do echo 'a8 01 02 03 04 05 06 07 08 09 0a 0b 0c 0d 0e 0f'; done
-    echo '10 11 12 13 14 15'; echo 'ff ff ff';;
 "-I 10.0.0.2") exit 1;;
 "-I 10.0.0.3") echo 'a7 00';;
+*) echo '# Mode scanner_inquiry'
+    for i in 0 1 2 3; do echo 'a8 01 02 03 04 05 06 07 08 09 0a 0b 0c 0d 0e 0f'; done
+    echo '10 11 12 13 14 15'; echo 'ff ff ff';;
 )",
                                              {"--scanner", "--snmp"});
     const std::string line = "a8 01 02 03 04 05 06 07 08 09 0a 0b 0c 0d 0e 0f\n";
-    const std::string listed = device("10.0.0.1", "1,1,0 vendor: V dsc: \"S1\"") + line + line +
-                               line + line + "10 11 12 13 14 15\n# Total 1 scanners found, ";
-    EXPECT_NE(result.out.find(listed), std::string::npos) << result.out;
+    const std::string block = line + line + line + line + "10 11 12 13 14 15\n";
+    std::string listed;
+    for (const char *ip : {"10.0.0.1", "10.0.0.4", "10.0.0.5", "10.0.0.6"}) // in slots used before
+        listed += device(ip, "1,1,0 vendor: V dsc: \"S\"") + block;
+    EXPECT_NE(result.out.find(listed + "# Total 4 scanners found, "), std::string::npos)
+        << result.out;
 }
 
 TEST(Parent, RunsThreeDescriptionChildrenAtOnceAndEightWhereItIsQuick)
@@ -209,6 +226,7 @@ TEST(Parent, HandsOnlyCommunityAndMethodToItsChildren)
         {"child",
          {"-c", "a'b; touch x", "--snmp", "--scanner"},
          "<-c><a'b; touch x><-s><--snmp>\n<-I><10.0.0.1;id>\n"},
+        {"child", {"-c", "$HOME", "--nodeq"}, "<-c><$HOME><-s><--nodeq>\n"},
         {"two words $(id)'", {"-c", "", "--snmp"}, "<-c><><-s><--snmp>\n<-R><10.0.0.1;id>\n"},
         {"child",
          {"--quick", "-c", "x", "--snmp"},
@@ -271,6 +289,34 @@ TEST(Parent, TakesManyDescriptorsAndFew)
         EXPECT_EQ(line_count(result.out, "# Total 1 printers found, "), 1U) << c.limit;
         EXPECT_NE(result.out.find("dsc: \"Model\""), std::string::npos) << result.out;
     }
+}
+
+TEST(Parent, EndsQuietlyWhenItsReaderIsGone)
+{
+    const program_result result =
+        run_by_shell("(\"$@\") | head -n 1; echo ${PIPESTATUS[0]}",
+                     "seq -f 'ip: 10.0.0.%.0f slp: 0,0,0,0 snmp: 0,0,0 vendor:  dsc: \"x\"' 5000");
+    EXPECT_EQ(result.out, "WARNING: configuration file not found\n0\n");
+    EXPECT_EQ(result.err, "");
+}
+
+TEST(Parent, WaitsForItsChildrenWithoutWork)
+{
+    // A second of processor time is more than waiting takes.
+    const program_result result =
+        run_by_shell("ulimit -t 1; \"$@\"", "sleep 4; echo 'ip: 10.0.0.1 '");
+    EXPECT_EQ(line_count(result.out, "ip: 10.0.0.1 "), 1U) << result.status;
+}
+
+TEST(Parent, CountsSecondsFromItsStartOrTheLastMark)
+{
+    const scripted_parent parent;
+    const program_result result = parent.run("*) sleep 2;;", {"--nodeq"});
+    EXPECT_THAT(result.out, testing::ContainsRegex("# Total 0 printers found, [2-9]s elapsed\n"));
+    EXPECT_EQ(line_count(result.out, "# MARK"), 0U);
+    const program_result marked = parent.run("*) sleep 2;;", {"--time", "--nodeq"});
+    EXPECT_THAT(lines_with(marked.out, "# MARK: "),
+                testing::MatchesRegex("# MARK: BEGIN: 0.00\n# MARK: END: [2-9].00\n"));
 }
 
 TEST(Parent, EchoesLinesInDebugRuns)

@@ -54,13 +54,13 @@ TEST(Report, LetsNoDeviceForgeALine)
     device_record record = {};
     memcpy(record.ip, "10.0.0.5", sizeof "10.0.0.5");
     memcpy(record.vendor, "A\x1b[2J", sizeof "A\x1b[2J");
-    memcpy(record.dsc, "a\nip: 1\t\x7f\x80\xff", sizeof "a\nip: 1\t\x7f\x80\xff");
+    memcpy(record.dsc, "a\nip: 1\xc2\x85\xff", sizeof "a\nip: 1\xc2\x85\xff");
     EXPECT_EQ(
         printed_by([&] { print_device_line(&record); }),
-        "ip: 10.0.0.5        slp: 0,0,0,0 snmp: 0,0,0 vendor: A [2J dsc: \"a ip: 1  \x80\xff\"\n");
+        "ip: 10.0.0.5        slp: 0,0,0,0 snmp: 0,0,0 vendor: A [2J dsc: \"a ip: 1  \xff\"\n");
     EXPECT_EQ(record.dsc[1], '\n') << "the record keeps what was received";
-    EXPECT_EQ(printed_by([&] { print_description_line("10.0.0.5\r", "a\nb"); }),
-              "ip: 10.0.0.5        dsc: \"a b\"\n");
+    EXPECT_EQ(printed_by([&] { print_description_line("10.0.0.5\r", "a\xe2\x80\xae"); }),
+              "ip: 10.0.0.5        dsc: \"a   \"\n");
     EXPECT_EQ(printed_by([&] { print_unreachable_line("fe80::1\n"); }),
               "ip: fe80::1          dsc: \" \" ERROR: Destination unreachable\n");
 }

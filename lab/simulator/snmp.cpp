@@ -101,8 +101,11 @@ static std::string build_answer(const device &one, const snmp_request &request, 
     }
     std::string variables;
     for (size_t i = 0; i < values.size(); ++i) {
-        // an answer with an error gives the request's variables back
-        const std::string value = error != 0 ? ber_encode(BER_NULL, "") : values[i];
+        // an answer with an error gives the request's variables back; one that the fleet file asks
+        // for holds the values, so that taking it for a good one shows
+        const bool given_back = error != 0 && !device_has(one, "snmp.error");
+        const std::string value =
+            given_back || values[i].empty() ? ber_encode(BER_NULL, "") : values[i];
         variables += ber_encode(BER_SEQUENCE, ber_encode(BER_OBJECT_ID, request.names[i]) + value);
     }
     const int64_t id = request.id + (device_has(one, "snmp.reqid") ? 1 : 0);

@@ -1,6 +1,7 @@
 // Bounded copies and small changes of plain C texts.
 #include "config/text.h"
 
+#include <algorithm>
 #include <cctype>
 #include <cstdint>
 #include <cstdlib>
@@ -24,12 +25,18 @@ char *copy_converted(const char *source, char *destination, size_t size, int (*c
 
 } // namespace
 
-void safe_strncpy(char *destination, const char *source, size_t size)
+char *safe_strncpy(char *destination, const char *source, size_t size)
 {
     if (size == 0)
-        return;
+        return destination;
     strncpy(destination, source, size);
     destination[size - 1] = '\0';
+    return destination;
+}
+
+char *copy_part(char *destination, const char *source, size_t length, size_t size)
+{
+    return safe_strncpy(destination, source, std::min(length + 1, size));
 }
 
 void append_text(char *destination, const char *tail, size_t size)

@@ -4,8 +4,12 @@
 #include <cstddef>
 
 /// Copies `source` into `destination`, cut to `size` - 1 characters and always terminated.
-/// The rest of `destination` is filled with NULs. A size of 0 copies nothing.
-void safe_strncpy(char *destination, const char *source, size_t size);
+/// The rest of `destination` is filled with NULs. A size of 0 copies nothing. Returns
+/// `destination`.
+char *safe_strncpy(char *destination, const char *source, size_t size);
+
+/// Copies the first `length` characters of `source` in the same way.
+char *copy_part(char *destination, const char *source, size_t length, size_t size);
 
 /// Appends `tail` to the text in `destination`, a buffer of `size` bytes, as far as it fits.
 void append_text(char *destination, const char *tail, size_t size);

@@ -1,28 +1,17 @@
 // The lines that a child prints and its parent reads.
 #include "driver/lines.h"
 
+#include "config/printable.h"
 #include "config/text.h"
 
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
-#include <string>
 
 namespace
 {
 
 constexpr size_t NUMBERS_SIZE = 255; ///< longer texts between two labels are no numbers
-
-std::string without_control_bytes(const char *text)
-{
-    std::string printable(text);
-    for (char &c : printable) {
-        const auto byte = static_cast<unsigned char>(c);
-        if (byte < 0x20 || byte == 0x7f)
-            c = ' ';
-    }
-    return printable;
-}
 
 /// Copies the text between the first `before` and the first `after` of the line, 1 to 254
 /// characters, into `numbers`. Returns whether it is there.
@@ -36,7 +25,7 @@ bool copy_between(const char *line, const char *before, const char *after,
     start += strlen(before);
     if (end <= start || end - start >= static_cast<ptrdiff_t>(NUMBERS_SIZE))
         return false;
-    safe_strncpy(numbers, start, static_cast<size_t>(end - start) + 1);
+    copy_part(numbers, start, static_cast<size_t>(end - start), sizeof numbers);
     return true;
 }
 
@@ -100,8 +89,7 @@ void read_vendor(const char *line, device_line *read)
     const char *blank = strchr(word, ' ');
     if (blank == nullptr)
         return;
-    const auto length = static_cast<size_t>(blank - word);
-    safe_strncpy(read->vendor, word, std::min(length + 1, sizeof read->vendor));
+    copy_part(read->vendor, word, static_cast<size_t>(blank - word), sizeof read->vendor);
 }
 
 int hex_value(char digit)
@@ -119,11 +107,14 @@ int hex_value(char digit)
 
 void print_device_line(const device_record *record)
 {
+    char ip[sizeof record->ip];
+    char vendor[sizeof record->vendor];
+    char dsc[sizeof record->dsc];
     printf("ip: %-15s slp: %d,%d,%d,%d snmp: %d,%d,%d vendor: %s dsc: \"%s\"\n",
-           without_control_bytes(record->ip).c_str(), record->slp_detected, record->slp_ipp,
+           printable_text(ip, record->ip, sizeof ip), record->slp_detected, record->slp_ipp,
            record->slp_lpr, record->slp_raw_tcp, record->snmp_detected, record->snmp_devtype,
-           record->snmp_description, without_control_bytes(record->vendor).c_str(),
-           without_control_bytes(record->dsc).c_str());
+           record->snmp_description, printable_text(vendor, record->vendor, sizeof vendor),
+           printable_text(dsc, record->dsc, sizeof dsc));
 }
 
 bool read_device_line(char *line, device_line *read)
@@ -133,8 +124,7 @@ bool read_device_line(char *line, device_line *read)
         return false;
     *read = {};
     const char *address = label + strnlen(label, strlen("ip: "));
-    const size_t address_length = strcspn(address, " \t");
-    safe_strncpy(read->ip, address, std::min(address_length + 1, sizeof read->ip));
+    copy_part(read->ip, address, strcspn(address, " \t"), sizeof read->ip);
     read_slp_numbers(line, read);
     read_snmp_numbers(line, read);
     read_dsc(line, read);
@@ -144,15 +134,18 @@ bool read_device_line(char *line, device_line *read)
 
 void print_description_line(const char *ip, const char *dsc)
 {
-    printf("ip: %-15s dsc: \"%s\"\n", without_control_bytes(ip).c_str(),
-           without_control_bytes(dsc).c_str());
+    char address[PIPE_LINE_SIZE];
+    char text[DSC_SIZE];
+    printf("ip: %-15s dsc: \"%s\"\n", printable_text(address, ip, sizeof address),
+           printable_text(text, dsc, sizeof text));
 }
 
 void print_unreachable_line(const char *ip)
 {
+    char address[PIPE_LINE_SIZE];
     // The two blanks and the error behind the closing quote are the form that parents look for.
     printf("ip: %-15s  dsc: \" \" ERROR: Destination unreachable\n",
-           without_control_bytes(ip).c_str());
+           printable_text(address, ip, sizeof address));
 }
 
 bool read_description_line(char *line, description_line *read)

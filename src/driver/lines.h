@@ -25,8 +25,8 @@ struct device_line {
     char vendor[VENDOR_SIZE]; ///< its first word; empty: none that is whole
 };
 
-/// Prints the device's line. Control bytes in its texts come out as blanks, so that no device can
-/// break a line in two or reach the terminal; the record keeps what was received.
+/// Prints the device's line, its texts as `printable_text` makes them; the record keeps what was
+/// received.
 void print_device_line(const device_record *record);
 
 /// Reads a device line. Returns whether it is one: a line with "ip:" that is no comment. The line
@@ -40,7 +40,8 @@ struct description_line {
     bool failed; ///< it reports an error: the device cannot be reached
 };
 
-/// Prints the line of a description child for `ip`, control bytes as blanks.
+/// Prints the line of a description child for `ip`, cut to what a line and a record hold, and
+/// filtered in the same way.
 void print_description_line(const char *ip, const char *dsc);
 
 /// Prints the line of a description child for an address that cannot be reached.

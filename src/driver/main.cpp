@@ -3,6 +3,7 @@
 #include "driver/command_line.h"
 #include "driver/runs.h"
 
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
@@ -22,11 +23,22 @@ void hold_standard_descriptors()
         close(fd);
 }
 
+/// A reader of the output may go away at any time: writing then fails, and the run goes on. A
+/// handler, since programs that the process starts would inherit a signal that is ignored.
+void outlive_closed_pipes()
+{
+    struct sigaction action = {};
+    action.sa_handler = [](int) {};
+    action.sa_flags = SA_RESTART;
+    sigaction(SIGPIPE, &action, nullptr);
+}
+
 } // namespace
 
 int main(int argc, char **argv)
 {
     hold_standard_descriptors();
+    outlive_closed_pipes();
     if (read_oem_config(argc > 0 ? argv[0] : "") != 0)
         puts("WARNING: configuration file not found");
     const run_settings settings = read_command_line(argc, argv);

@@ -1,10 +1,8 @@
-// Host names to addresses, one family at a time.
+// Host names to addresses.
 #pragma once
 
 #include <netinet/in.h>
 
-/// Takes the first address of a host name. Returns 0, -1 when the name does not resolve.
+/// Takes the first IPv4 address of a host name, in the order in which the hosts file or the name
+/// server lists them. Returns 0, -1 when the name does not resolve.
 int resolve_ipv4(const char *host, struct in_addr *address);
-
-/// The same for an IPv6 address text or a name with an IPv6 address; a text with a zone is neither.
-int resolve_ipv6(const char *host, struct in6_addr *address);

@@ -34,12 +34,15 @@ struct log_config {
 struct config_key {
     const char *name;
     int log_config::*field;
+    bool is_switch; ///< any number but 0 counts as 1
 };
 
 constexpr config_key KEYS[] = {
-    {"APPEND_MODE", &log_config::append_mode},     {"FLUSH_MODE", &log_config::flush_mode},
-    {"LOG_LEVEL", &log_config::log_level},         {"USE_PID", &log_config::use_pid},
-    {"USE_TIMESTAMP", &log_config::use_timestamp},
+    {"APPEND_MODE", &log_config::append_mode, true},
+    {"FLUSH_MODE", &log_config::flush_mode, true},
+    {"LOG_LEVEL", &log_config::log_level, false},
+    {"USE_PID", &log_config::use_pid, true},
+    {"USE_TIMESTAMP", &log_config::use_timestamp, true},
 };
 
 /// A key counts when the line begins with its name; what follows up to "=" plays no part.
@@ -50,7 +53,8 @@ void read_config_line(const char *line, log_config *config)
         return;
     for (const config_key &key : KEYS) {
         if (strncmp(line, key.name, strlen(key.name)) == 0) {
-            config->*key.field = decimal_value(equals + 1);
+            const int value = decimal_value(equals + 1);
+            config->*key.field = key.is_switch && value != 0 ? 1 : value;
             return;
         }
     }
@@ -95,13 +99,25 @@ void format_log_name(const char *base, const log_config &config, char *name, siz
         log_filename_tidy(name, size);
 }
 
-/// Opens `path` as the log. Anybody may write to /tmp: a link there is not followed, and a FIFO
-/// without a reader fails instead of holding the process up.
+/// Whether the open file is the process's own and nobody else's: a regular file of its user, under
+/// one name.
+bool is_own_file(int fd)
+{
+    struct stat status = {};
+    return fstat(fd, &status) == 0 && S_ISREG(status.st_mode) && status.st_uid == geteuid() &&
+           status.st_nlink == 1;
+}
+
+/// Opens `path` as the log. Anybody may write to /tmp: a link there is not followed, a FIFO without
+/// a reader fails instead of holding the process up, and what another user has put there is neither
+/// emptied nor written into.
 void open_log_file(const char *path, bool append)
 {
     const int flags = O_WRONLY | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY;
-    descriptor file(open(path, flags | (append ? O_APPEND : O_TRUNC), LOG_FILE_MODE));
-    log_stream = file.fd < 0 ? nullptr : fdopen(file.fd, append ? "a" : "w");
+    descriptor file(open(path, flags | (append ? O_APPEND : 0), LOG_FILE_MODE));
+    const bool usable =
+        file.fd >= 0 && is_own_file(file.fd) && (append || ftruncate(file.fd, 0) == 0);
+    log_stream = usable ? fdopen(file.fd, append ? "a" : "w") : nullptr;
     if (log_stream == nullptr) {
         fprintf(stderr, "%s file open error\n", path);
         return;
@@ -140,7 +156,7 @@ void log_open(const char *name)
         return;
     }
     const log_config config = read_config(file.get());
-    log_flush_mode = config.flush_mode != 0 ? 1 : 0;
+    log_flush_mode = config.flush_mode;
     format_log_name(base, config, path, sizeof path);
     log_level = config.log_level;
     open_log_file(path, config.append_mode != 0);

@@ -19,12 +19,13 @@ extern char log_path[PATH_SIZE]; ///< path of the open log file
 
 /// Opens the log of the process: reads "/tmp/NAME.lcf" (NAME: the text after the last "/" of
 /// `name`) and opens the log file that it describes. Without that file logging stays off,
-/// silently. A log file that cannot be opened, a symbolic link among them, is reported on
-/// standard error. A log that is already open is replaced, not closed.
+/// silently. A log file that cannot be opened, or is not a regular file of the process's own user
+/// with one link, is reported on standard error. A log that is already open is replaced, not
+/// closed.
 void log_open(const char *name);
 
 /// Sets the threshold and opens the log file `path`, truncated; no configuration file is read.
-/// A failure, a symbolic link among them, is reported on standard error.
+/// Fails as `log_open` does.
 void log_open_file(int level, const char *path);
 
 /// Closes the log, and deletes its file if it stayed empty.

@@ -16,8 +16,9 @@ char *format_timestamp(char *destination, size_t size, const struct timeval *pre
     else
         gettimeofday(&chosen, nullptr);
 
-    struct tm local = {};
-    localtime_r(&chosen.tv_sec, &local);
+    // A time whose year does not fit has no local form.
+    const struct tm *broken_down = localtime(&chosen.tv_sec);
+    const struct tm local = broken_down != nullptr ? *broken_down : tm();
     const int length =
         snprintf(destination, size, "%04d-%02d-%02d %02d:%02d:%02d.%06d", local.tm_year + 1900,
                  local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec,

@@ -40,8 +40,7 @@ int read_enumeration_line(const char *line, void *context)
 /// Copies `text` up to the first of `ends`, cut to `size` - 1 characters.
 void copy_until(const char *text, const char *ends, char *output, size_t size)
 {
-    const size_t length = strcspn(text, ends);
-    safe_strncpy(output, text, length < size ? length + 1 : size);
+    copy_part(output, text, strcspn(text, ends), size);
 }
 
 void read_header_line(const char *line, ifconfig_parse_state *state)

@@ -2,7 +2,6 @@
 #include "scan/scanner_inquiry.h"
 
 #include "driver/records/device_list.h"
-#include "io/resolve.h"
 #include "io/stream.h"
 #include "scan/tcp_connect.h"
 
@@ -22,7 +21,8 @@ int connect_ipv6(const char *ip)
     struct sockaddr_in6 address = {};
     address.sin6_family = AF_INET6;
     address.sin6_port = htons(INQUIRY_PORT);
-    if (resolve_ipv6(ip, &address.sin6_addr) != 0)
+    // No host name holds a ":": such a text is an address or nothing, and no name server is asked.
+    if (inet_pton(AF_INET6, ip, &address.sin6_addr) <= 0)
         return -1;
     descriptor owner(socket(AF_INET6, SOCK_STREAM | SOCK_CLOEXEC, 0));
     if (owner.fd < 0 ||

@@ -110,8 +110,7 @@ void extract_key_value(const char *text, const char *key, char *output, size_t s
     if (found == nullptr)
         return;
     const char *value = found + strlen(key);
-    const size_t length = strcspn(value, ";");
-    safe_strncpy(output, value, length < size ? length + 1 : size);
+    copy_part(output, value, strcspn(value, ";"), size);
 }
 
 void strip_quotes(char *text)

@@ -8,23 +8,19 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 namespace
 {
 
+/// Two clocks that differ by more than this over one wait: one of them was set.
+constexpr int64_t CLOCK_SET_US = 100 * MICROSECONDS_PER_MILLISECOND;
+
 void trace_time(const char *name, const struct timeval &value)
 {
     log_trace("\t%s: %u sec %u usec\n", name, static_cast<unsigned>(value.tv_sec),
               static_cast<unsigned>(value.tv_usec));
-}
-
-/// Traces the wall-clock time.
-void trace_now(const char *name)
-{
-    struct timeval now = {};
-    gettimeofday(&now, nullptr);
-    trace_time(name, now);
 }
 
 void trace_select_info(int block, const struct timeval &timeout)
@@ -33,12 +29,35 @@ void trace_select_info(int block, const struct timeval &timeout)
               static_cast<unsigned>(timeout.tv_sec), static_cast<unsigned>(timeout.tv_usec));
 }
 
-/// Elapsed time is measured on a clock that nobody sets.
-struct timeval monotonic_time()
+/// One moment on two clocks.
+struct moment {
+    struct timeval wall_clock;
+    int64_t monotonic;
+};
+
+/// Takes the current time, and traces what the wall clock shows.
+moment trace_now(const char *name)
 {
-    const int64_t now = monotonic_us();
-    return {static_cast<time_t>(now / MICROSECONDS_PER_SECOND),
-            static_cast<suseconds_t>(now % MICROSECONDS_PER_SECOND)};
+    moment now = {};
+    gettimeofday(&now.wall_clock, nullptr);
+    now.monotonic = monotonic_us();
+    trace_time(name, now.wall_clock);
+    return now;
+}
+
+/// The time from one moment to another. A wait that trusted the wall clock would end at once, or
+/// not at all, when somebody sets it meanwhile: then the other clock counts.
+struct timeval time_between(const moment &start, const moment &end)
+{
+    const int64_t measured = end.monotonic - start.monotonic;
+    struct timeval shown = {};
+    if (timeval_subtract(&start.wall_clock, &end.wall_clock, &shown) == 0) {
+        const int64_t apart = shown.tv_sec * MICROSECONDS_PER_SECOND + shown.tv_usec - measured;
+        if (std::abs(apart) < CLOCK_SET_US)
+            return shown;
+    }
+    return {static_cast<time_t>(measured / MICROSECONDS_PER_SECOND),
+            static_cast<suseconds_t>(measured % MICROSECONDS_PER_SECOND)};
 }
 
 /// Waits for the session's socket, at most for `remaining` or until the library wants to be
@@ -61,15 +80,10 @@ int wait_for_answer(netsnmp_session *session, struct timeval remaining,
 }
 
 /// Computes what is left of the budget. Returns 1 while there is more time, else 0.
-int update_remaining(const struct timeval &budget, const struct timeval &start,
+int update_remaining(const struct timeval &budget, const struct timeval &elapsed,
                      struct timeval *remaining)
 {
-    const struct timeval now = monotonic_time();
-    struct timeval elapsed = {};
-    const int more = timeval_subtract(&start, &now, &elapsed) == 0 &&
-                             timeval_subtract(&elapsed, &budget, remaining) == 0
-                         ? 1
-                         : 0;
+    const int more = timeval_subtract(&elapsed, &budget, remaining) == 0 ? 1 : 0;
     log_trace("have_more_time=%d\n", more);
     trace_time("elapsed", elapsed);
     trace_time("remain", *remaining);
@@ -82,8 +96,7 @@ int collect_once(netsnmp_session *session, const struct timeval &budget)
 {
     snmp_descriptor_set descriptors;
     log_trace("sess_select_response\n");
-    trace_now("tv0");
-    const struct timeval start = monotonic_time();
+    const moment start = trace_now("tv0");
     struct timeval remaining = budget;
     for (;;) {
         descriptors.clear();
@@ -91,8 +104,8 @@ int collect_once(netsnmp_session *session, const struct timeval &budget)
         if (ready < 0)
             return -1;
         log_trace("\tready=%d\n", ready);
-        trace_now("tv");
-        const int more_time = update_remaining(budget, start, &remaining);
+        const struct timeval elapsed = time_between(start, trace_now("tv"));
+        const int more_time = update_remaining(budget, elapsed, &remaining);
         if (ready > 0) {
             log_trace("snmp_read\n");
             snmp_read2(&descriptors.set);

@@ -34,7 +34,7 @@ bool is_ipv6_literal(const char *ip)
     char address[INET6_ADDRSTRLEN];
     struct in6_addr parsed = {};
     const size_t length = strcspn(ip, "%");
-    safe_strncpy(address, ip, length < sizeof address ? length + 1 : sizeof address);
+    copy_part(address, ip, length, sizeof address);
     return length < sizeof address && inet_pton(AF_INET6, address, &parsed) > 0;
 }
 
@@ -48,7 +48,10 @@ netsnmp_session *open_device_session(getdesc_answers *answers, const char *ip)
         return nullptr;
     }
     char peer[PEER_NAME_SIZE];
-    snprintf(peer, sizeof peer, "udp6:[%s]", ip);
+    if (snprintf(peer, sizeof peer, "udp6:[%s]", ip) >= static_cast<int>(sizeof peer)) {
+        errno = ENAMETOOLONG;
+        return nullptr;
+    }
     return snmp_open_session(peer, true, on_snmp_response, answers);
 }
 
@@ -162,7 +165,9 @@ void getdesc_query(getdesc_answers *answers, const char *ip, bool quick, const c
     clear_answers(answers);
     const snmp_session_owner owner(open_device_session(answers, ip));
     if (owner.session == nullptr) {
-        printf("# ERROR: snmp_open failed [getdesc], %s\n", strerror(errno));
+        // The system's text for this error speaks of files.
+        const char *reason = errno == ENAMETOOLONG ? "Address too long" : strerror(errno);
+        printf("# ERROR: snmp_open failed [getdesc], %s\n", reason);
         return;
     }
     const char *objects[3];

@@ -86,6 +86,5 @@ void extract_peer_ip(char *output, const char *text, size_t size)
         output[0] = '\0';
         return;
     }
-    const size_t length = strcspn(bracket + 1, "]");
-    safe_strncpy(output, bracket + 1, length < size ? length + 1 : size);
+    copy_part(output, bracket + 1, strcspn(bracket + 1, "]"), size);
 }
