@@ -109,6 +109,7 @@ TEST(SlpDiscovery, ResultIsTheFailureThatTheSearchEndedWith)
     const played_call url = {"service:printer:lpr://10.0.0.1", SLP_OK};
     const played_call failure = {nullptr, SLP_NETWORK_ERROR};
     const played_call last = {nullptr, SLP_LAST_CALL};
+    const played_call scanner = {"service:scanner:x://10.0.0.1", SLP_OK};
     const struct {
         played_library played;
         const char *discovered;
@@ -116,6 +117,7 @@ TEST(SlpDiscovery, ResultIsTheFailureThatTheSearchEndedWith)
         {{SLP_OK, SLP_OK, {url, last}}, "0 [10.0.0.1 1010]"},
         {{SLP_OK, SLP_OK, {url, failure}}, "-23 [10.0.0.1 1010]"},
         {{SLP_OK, SLP_OK, {failure, url}}, "0 [10.0.0.1 1010]"},
+        {{SLP_OK, SLP_OK, {failure, scanner}}, "-23 "},
         {{SLP_OK, SLP_OK, {failure, last}}, "0 "},
         {{SLP_OK, SLP_HANDLE_IN_USE, {}}, "-25 "},
         {{SLP_OK, SLP_PARAMETER_BAD, {url, failure}}, "-22 [10.0.0.1 1010]"},

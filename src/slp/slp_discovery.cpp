@@ -29,14 +29,17 @@ constexpr protocol_flag PROTOCOLS[] = {
     {"raw-tcp", &device_record::slp_raw_tcp},
 };
 
-void record_printer(const char *url, device_list *list)
+/// Returns 0, or -1 when the URL is no printer's or no record could be had.
+int record_printer(const char *url, device_list *list)
 {
     device_record scratch = {};
     if (parse_slp_printer_url(url, &scratch) != 0)
-        return;
+        return -1;
     device_record *listed = device_list_find_or_add(list, scratch.ip);
-    if (listed != nullptr)
-        merge_slp_flags(listed, &scratch);
+    if (listed == nullptr)
+        return -1;
+    merge_slp_flags(listed, &scratch);
+    return 0;
 }
 
 } // namespace
@@ -61,9 +64,12 @@ SLPBoolean MySLPSrvURLCallback(SLPHandle /*handle*/, const char *url, unsigned s
                                SLPError code, void *cookie)
 {
     auto *search = static_cast<slp_search_cookie *>(cookie);
-    if (code == SLP_OK)
-        record_printer(url, search->list);
-    search->result = code == SLP_LAST_CALL ? SLP_OK : code;
+    if (code == SLP_LAST_CALL)
+        search->result = SLP_OK;
+    else if (code != SLP_OK)
+        search->result = code;
+    else if (record_printer(url, search->list) == 0)
+        search->result = SLP_OK;
     return SLP_TRUE;
 }
 
