@@ -1,9 +1,9 @@
 // The calls of the SLP API (RFC 2614): handles, arguments and codes.
-#include "slp/agent/agent.h"
+#include "slp/agent/slp.h"
 
+#include "slp/agent/agent.h"
 #include "slp/agent/results.h"
 #include "slp/agent/service_search.h"
-#include "slp/agent/slp.h"
 
 #include <memory>
 #include <new>
