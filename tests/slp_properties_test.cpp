@@ -68,8 +68,12 @@ TEST(SlpProperties, LinesChangeWhatTheyName)
         {"net.slp.useScopes = lab , Office", "scopes lab,Office"},
         {"net.slp.DAAddresses = 10.0.0.9,,da.example", "das 10.0.0.9,da.example"},
         {"net.slp.activeDADetection = FALSE\r\n", "active 0"},
+        {"net.slp.activeDADetection = 0", "active 0"},
+        {"net.slp.activeDADetection = No", "active 0"},
+        {"net.slp.activeDADetection = off\nnet.slp.activeDADetection = 1", ""},
         {"net.slp.isBroadcastOnly\t=\ttrue", "broadcast 1"},
-        {"net.slp.DADiscoveryMaximumWait = 1", "da wait 1"},
+        {"net.slp.isBroadcastOnly = yes", "broadcast 1"},
+        {"net.slp.DADiscoveryMaximumWait = 0", "da wait 0"},
         {"net.slp.DADiscoveryTimeouts = 10, 20", "da times 10,20"},
         {"net.slp.multicastMaximumWait = 600000", "wait 600000"},
         {"net.slp.multicastTimeouts = 1,2,3,4,5,6,7,8,9,10,11,12,13,14,15,16",
@@ -88,8 +92,8 @@ TEST(SlpProperties, LinesThatDoNotReadChangeNothing)
 {
     const std::string text =
         "net.slp.useScopes=\nnet.slp.useScopes = ,,\n"
-        "net.slp.activeDADetection = 0\nnet.slp.isBroadcastOnly = truely\n"
-        "net.slp.DADiscoveryMaximumWait = 0\nnet.slp.multicastMaximumWait = 600001\n"
+        "net.slp.activeDADetection = 00\nnet.slp.isBroadcastOnly = truely\n"
+        "net.slp.DADiscoveryMaximumWait = -1\nnet.slp.multicastMaximumWait = 600001\n"
         "net.slp.multicastTimeouts = 7,x\nnet.slp.multicastTimeouts = 7,0\n"
         "net.slp.multicastTimeouts = 7,60001\nnet.slp.multicastTimeouts =\n"
         "net.slp.multicastTimeouts = 1,1,1,1,1,1,1,1,1,1,1,1,1,1,1,1,1\n"

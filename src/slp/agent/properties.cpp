@@ -4,6 +4,7 @@
 #include "io/stream.h"
 #include "slp/agent/value_list.h"
 
+#include <algorithm>
 #include <charconv>
 
 namespace
@@ -23,7 +24,7 @@ struct number_property {
 };
 
 constexpr number_property NUMBERS[] = {
-    {"net.slp.DADiscoveryMaximumWait", &slp_properties::da_discovery_maximum_wait, 1, WAIT_MAX_MS},
+    {"net.slp.DADiscoveryMaximumWait", &slp_properties::da_discovery_maximum_wait, 0, WAIT_MAX_MS},
     {"net.slp.multicastMaximumWait", &slp_properties::multicast_maximum_wait, 1, WAIT_MAX_MS},
     {"net.slp.multicastTTL", &slp_properties::multicast_ttl, 1, 255},
     {"net.slp.MTU", &slp_properties::mtu, 128, 65535},
@@ -38,6 +39,10 @@ constexpr flag_property FLAGS[] = {
     {"net.slp.activeDADetection", &slp_properties::active_da_detection},
     {"net.slp.isBroadcastOnly", &slp_properties::is_broadcast_only},
 };
+
+/// The RFC knows the first ones; the others are what administrators write.
+constexpr const char *TRUE_WORDS[] = {"true", "1", "yes", "on"};
+constexpr const char *FALSE_WORDS[] = {"false", "0", "no", "off"};
 
 struct timeouts_property {
     const char *name;
@@ -73,9 +78,10 @@ bool read_number(std::string_view text, int32_t least, int32_t most, int32_t *nu
 
 void set_flag(std::string_view value, bool *flag)
 {
-    if (slp_same_text(value, "true"))
+    const auto is_value = [value](const char *word) { return slp_same_text(value, word); };
+    if (std::any_of(std::begin(TRUE_WORDS), std::end(TRUE_WORDS), is_value))
         *flag = true;
-    else if (slp_same_text(value, "false"))
+    else if (std::any_of(std::begin(FALSE_WORDS), std::end(FALSE_WORDS), is_value))
         *flag = false;
 }
 

@@ -26,7 +26,7 @@ struct slp_properties {
     std::vector<std::string> interfaces;      ///< addresses of the interfaces to use; empty: all
     bool active_da_detection = true;          ///< search for directory agents by multicast
     bool is_broadcast_only = false;           ///< broadcast where multicast does not work
-    int32_t da_discovery_maximum_wait = 2000; ///< milliseconds
+    int32_t da_discovery_maximum_wait = 2000; ///< milliseconds; 0: no search for them
     int32_t multicast_maximum_wait = 5000;    ///< milliseconds
     slp_timeouts da_discovery_timeouts;
     slp_timeouts multicast_timeouts;
