@@ -3,6 +3,28 @@
 
 #include <gtest/gtest.h>
 
+#include <set>
+
+namespace
+{
+
+const std::string ADVERTS = " service:directory-agent";
+
+/// The talk with every agent's advert before the first request to it.
+std::vector<exchange> with_adverts(const std::vector<exchange> &talk)
+{
+    std::vector<exchange> whole;
+    std::set<std::string> known;
+    for (const exchange &each : talk) {
+        if (each.request[0] == 'u' && known.insert(each.request).second)
+            whole.push_back({each.request + ADVERTS, "=default"});
+        whole.push_back(each);
+    }
+    return whole;
+}
+
+} // namespace
+
 TEST(SlpDirectory, ConfiguredAgentsAreAskedInTurnAndMulticastFollowsWhenAllFail)
 {
     const exchange overflow = {"udp 2", "A+"};
@@ -20,7 +42,11 @@ TEST(SlpDirectory, ConfiguredAgentsAreAskedInTurnAndMulticastFollowsWhenAllFail)
         {"an error", "C last 0", {{"udp 2", "!"}, next}},
         {"two errors",
          "B last 0",
-         {{"udp 2", "!"}, {"udp 3", "!"}, {"group 1", "B"}, {"group 1 127.0.0.1", ""}}},
+         {{"udp 2", "!"},
+          {"udp 3", "!"},
+          {"group 1", "B"},
+          {"group 1 127.0.0.1", ""},
+          {"group 1 127.0.0.1", ""}}},
         {"a loss", "A last 0", {{"udp 2", ""}, {"udp 2", "B? C@9 A", {"garbage"}}}},
         {"a broken entry", "A last 0", {{"udp 2", "AB<"}}},
         {"overflow", "A B C last 0", {overflow, {"tcp 2", "ABC"}}},
@@ -42,8 +68,77 @@ TEST(SlpDirectory, ConfiguredAgentsAreAskedInTurnAndMulticastFollowsWhenAllFail)
                                                  "127.0.0.2"};
             settings->properties.active_da_detection = true;
         };
-        EXPECT_EQ(search(c.talk, configure), c.told);
+        EXPECT_EQ(search(with_adverts(c.talk), configure), c.told);
     }
+}
+
+TEST(SlpDirectory, ConfiguredAgentsServeTheScopesOfTheirAdvertsAndMulticastTheOthers)
+{
+    const exchange advert = {"udp 2" + ADVERTS, "=default"};
+    const exchange asked = {"udp 2 default,lab", "A"};
+    const exchange no_advert = {"udp 2" + ADVERTS, "!"};
+    const auto group = [](const std::string &texts) -> std::vector<exchange> {
+        return {{"group 1 " + texts, "B"},
+                {"group 1 127.0.0.1 " + texts, ""},
+                {"group 1 127.0.0.1 " + texts, ""}};
+    };
+    const struct {
+        const char *name;
+        const char *told;
+        std::vector<exchange> agents;
+        std::vector<exchange> multicast;
+    } cases[] = {
+        {"a scope each",
+         "A C last 0",
+         {advert, asked, {"udp 3" + ADVERTS, "=LAB"}, {"udp 3 default,lab", "C"}},
+         {}},
+        {"both the same",
+         "A B last 0",
+         {advert, asked, {"udp 3" + ADVERTS, "=default"}},
+         group("lab")},
+        {"all of them", "A last 0", {{"udp 2" + ADVERTS, "=lab,default"}, asked}, {}},
+        {"none of ours",
+         "C last 0",
+         {{"udp 2" + ADVERTS, "=office"},
+          {"udp 3" + ADVERTS, "=lab,default"},
+          {"udp 3 default,lab", "C"}},
+         {}},
+        {"no advert, and an answer",
+         "A C B last 0",
+         {no_advert, no_advert, asked, {"udp 3" + ADVERTS, "=default"}, {"udp 3 default,lab", "C"}},
+         group("lab")},
+        {"an advert that comes late",
+         "A last 0",
+         {no_advert, no_advert, {"udp 2 default,lab", "=lab,default"}, asked},
+         {}},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.name);
+        const auto configure = [](slp_settings *settings) {
+            settings->properties.da_addresses = {"127.0.0.2", "127.0.0.3"};
+            settings->properties.use_scopes = "default,lab";
+        };
+        std::vector<exchange> talk = c.agents;
+        talk.insert(talk.end(), c.multicast.begin(), c.multicast.end());
+        EXPECT_EQ(search(talk, configure), c.told);
+    }
+}
+
+TEST(SlpDirectory, OneSenderNamesOneAgent)
+{
+    const auto advert = [](const char *last) {
+        return wire_advert(std::string("service:directory-agent://127.0.0.") + last, "default");
+    };
+    const auto configure = [](slp_settings *settings) {
+        settings->properties.active_da_detection = true;
+        settings->properties.da_discovery_timeouts = {1, {200}};
+        settings->properties.max_results = 1;
+    };
+    EXPECT_EQ(search({{"group 1" + ADVERTS, "", {advert("3"), advert("2")}},
+                      {"udp 3", "!"},
+                      {"group 1", "A"}},
+                     configure),
+              "A last 0");
 }
 
 TEST(SlpDirectory, RequestTooLongForADatagramGoesOverTcp)
@@ -54,12 +149,12 @@ TEST(SlpDirectory, RequestTooLongForADatagramGoesOverTcp)
         settings->properties.use_scopes = scopes;
         settings->properties.mtu = 1000;
     };
-    EXPECT_EQ(search({{"tcp 2 " + scopes, "A"}}, configure), "A last 0");
+    EXPECT_EQ(search({{"udp 2" + ADVERTS, "=" + scopes}, {"tcp 2 " + scopes, "A"}}, configure),
+              "A last 0");
 }
 
 TEST(SlpDirectory, AgentsOfOurScopesAreFoundByMulticast)
 {
-    const std::string type = " service:directory-agent";
     const std::string second = "service:directory-agent://127.0.0.2";
     const std::string third = "SERVICE:Directory-Agent://127.0.0.3:427/";
     const std::string whole = wire_advert(second, "default");
@@ -87,8 +182,8 @@ TEST(SlpDirectory, AgentsOfOurScopesAreFoundByMulticast)
             settings->properties.da_discovery_timeouts = {2, {200, 1}};
             settings->properties.max_results = 1;
         };
-        EXPECT_EQ(search({{"group 1" + type, "", {c.message}},
-                          {"group 1" + (c.answered + type), ""},
+        EXPECT_EQ(search({{"group 1" + ADVERTS, "", {c.message}},
+                          {"group 1" + (c.answered + ADVERTS), ""},
                           {c.asked, "A"}},
                          configure),
                   "A last 0");

@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <set>
+
 namespace
 {
 
@@ -50,6 +52,14 @@ TEST(SlpMessage, RequestIsReadBackByAnIndependentReader)
                                         request.scopes, "(x=1)", ""}));
     request.scopes += 's';
     EXPECT_TRUE(slp_build_request(request, 0, "").empty()) << "longer than its length can say";
+}
+
+TEST(SlpMessage, TransactionNumbersAreNotToBeGuessed)
+{
+    std::set<uint16_t> numbers;
+    for (int i = 0; i < 16; ++i)
+        numbers.insert(slp_new_xid());
+    EXPECT_GT(numbers.size(), 8U);
 }
 
 TEST(SlpMessage, RefusesWhatIsNoReplyToTheRequest)

@@ -26,6 +26,7 @@ struct played_agents {
     std::vector<std::string> heard;
     uint16_t port;
     descriptor sockets[6]; ///< UDP and TCP of each address
+    size_t advert_xid = 0; ///< of the last request for adverts
 };
 
 /// The last number of the sender's address, and the bytes.
@@ -61,6 +62,8 @@ bool listen_on_all(played_agents *agents)
 std::string reply(const std::string &brief)
 {
     const auto has = [&brief](char mark) { return brief.find(mark) != std::string::npos; };
+    if (brief[0] == '=')
+        return wire_advert("service:directory-agent://da", brief.substr(1));
     if (has('!'))
         return wire_message(WIRE_REPLY, 0, wire_number(4, 2));
     std::vector<std::string> entries;
@@ -96,9 +99,15 @@ std::vector<played_answer> hear(played_agents *agents, const std::string &way,
     }
     const size_t xid = wire_number_at(request, XID_FIELD);
     EXPECT_NE(xid, 0U);
-    for (auto &[sender, bytes] : answers)
-        if (bytes.size() >= XID_FIELD.at + XID_FIELD.width)
-            bytes = wire_with(bytes, XID_FIELD, wire_number_at(bytes, XID_FIELD) ^ WIRE_XID ^ xid);
+    if (seen.find("service:directory-agent") != std::string::npos)
+        agents->advert_xid = xid;
+    for (auto &[sender, bytes] : answers) {
+        if (bytes.size() < XID_FIELD.at + XID_FIELD.width)
+            continue;
+        const bool is_advert = wire_number_at(bytes, FUNCTION_FIELD) == WIRE_ADVERT;
+        const size_t asked = is_advert && agents->advert_xid != 0 ? agents->advert_xid : xid;
+        bytes = wire_with(bytes, XID_FIELD, wire_number_at(bytes, XID_FIELD) ^ WIRE_XID ^ asked);
+    }
     return answers;
 }
 

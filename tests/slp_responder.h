@@ -15,7 +15,8 @@ struct exchange {
     std::string request;
     /// Replies in short, separated by blanks: "A", "B" and "C" stand for URLs ("-": none), "+" for
     /// the overflow flag, "?" for another transaction, "<" for a last byte that is cut, "!" for an
-    /// error code and nothing else, "@4" for the sender 127.0.0.4 (else: the address asked).
+    /// error code and nothing else, "@4" for the sender 127.0.0.4 (else: the address asked);
+    /// "=SCOPES" is an advert, which answers the last request for one.
     std::string replies;
     /// Whole messages, sent before the replies and from 127.0.0.2.
     std::vector<std::string> messages = {};

@@ -8,25 +8,63 @@
 
 TEST(SlpSearch, ConvergesUntilNobodyNewAnswers)
 {
-    EXPECT_EQ(search({{"group 1", ""}, {"group 1", ""}}), "last 0");
+    EXPECT_EQ(search({{"group 1", ""}, {"group 1", ""}, {"group 1", ""}}), "last 0");
     // The last one has answered before, so the search is over all the same.
-    EXPECT_EQ(search({{"group 1", "A@2 A@2"},
+    EXPECT_EQ(search({{"group 1", ""},
+                      {"group 1", "A@2 A@2"},
                       {"group 1 127.0.0.2", "AB@3"},
-                      {"group 1 127.0.0.2,127.0.0.3", "C@2"}}),
+                      {"group 1 127.0.0.2,127.0.0.3", ""},
+                      {"group 1 127.0.0.2,127.0.0.3", "C@2"}},
+                     [](slp_settings *settings) {
+                         settings->properties.multicast_timeouts = {5, {200, 200, 200, 200, 200}};
+                     }),
               "A B C last 0");
 }
 
 TEST(SlpSearch, LyingRepliesAreDroppedAndTheSearchGoesOn)
 {
-    const std::string unusable =
-        wire_reply({wire_url(""), wire_url({'x', '\0', 'y'}), wire_url("x\nip: 10.0.0.2")});
+    const std::string unusable = wire_reply(
+        {wire_url(""), wire_url({'x', '\0', 'y'}), wire_url("x\nip: 10.0.0.2"), wire_url("x\x7f")});
     EXPECT_EQ(search({{"group 1",
                        "A?@2 !@2 BC<@3",
                        {"", "garbage that is long enough to be a header",
                         wire_advert("service:directory-agent://127.0.0.9", "default")}},
                       {"group 1 127.0.0.3", "", {unusable}},
+                      {"group 1 127.0.0.3,127.0.0.2", ""},
                       {"group 1 127.0.0.3,127.0.0.2", ""}}),
               "B last 0");
+}
+
+TEST(SlpSearch, RepliesThatDidNotFitAreAskedForOverTcpOnceTheSearchIsOver)
+{
+    const auto over = [](size_t senders) {
+        std::string replies;
+        for (size_t i = 0; i < senders; ++i)
+            replies += "A+@" + std::to_string(10 + i) + " ";
+        return replies;
+    };
+    const struct {
+        const char *name;
+        std::string replies;
+        const char *told;
+        std::vector<exchange> asked;
+    } cases[] = {
+        {"whole", "A+@2", "A B C last 0", {{"tcp 2", "ABC"}}},
+        {"twice", "A+@2 A+@2 B@3", "A B C last 0", {{"tcp 2", "C"}}},
+        {"failures", "A+@10 A+@2 B+@3", "A B C last 0", {{"tcp 2", "B<"}, {"tcp 3", "C+"}}},
+        {"sixteen", over(15) + "A+@2", "A B last 0", {{"tcp 2", "B"}}},
+        {"seventeen", over(16) + "A+@2", "A last 0", {}},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.name);
+        std::vector<exchange> talk = {{"group 1", c.replies}};
+        talk.insert(talk.end(), c.asked.begin(), c.asked.end());
+        EXPECT_EQ(search(talk,
+                         [](slp_settings *settings) {
+                             settings->properties.multicast_timeouts = {1, {300}};
+                         }),
+                  c.told);
+    }
 }
 
 TEST(SlpSearch, EndsAtEnoughUrlsOrWhenTheCallbackRefuses)
@@ -88,7 +126,9 @@ TEST(SlpSearch, BroadcastTakesThePlaceOfMulticast)
         settings->properties.is_broadcast_only = true;
         settings->broadcast_address = "127.0.0.2";
     };
-    EXPECT_EQ(search({{"group 2", "A"}, {"group 2 127.0.0.2", ""}}, configure), "A last 0");
+    EXPECT_EQ(
+        search({{"group 2", "A"}, {"group 2 127.0.0.2", ""}, {"group 2 127.0.0.2", ""}}, configure),
+        "A last 0");
 }
 
 TEST(SlpApi, ArgumentsAreCheckedAtOnce)

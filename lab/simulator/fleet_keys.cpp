@@ -82,6 +82,7 @@ constexpr key_rule KEY_RULES[] = {
     {"slp.da.error", KIND_NUMBER, UINT16_MAX, {}},
     {"slp.da.hidden", KIND_FLAG, 0, {}},
     {"slp.da.overflow", KIND_FLAG, 0, {}},
+    {"slp.da.scopes", KIND_TEXT, TEXT_LIMIT, {}},
     {"slp.da.silent", KIND_FLAG, 0, {}},
     {"slp.da.tcp", KIND_WORD, 0, "whole refuse silent short"},
 };

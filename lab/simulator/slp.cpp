@@ -31,15 +31,34 @@ int slp_join(const udp_socket &by)
     return setsockopt(by.fd.fd, IPPROTO_IP, IP_ADD_MEMBERSHIP, &group, sizeof group);
 }
 
-static bool shares_scope(const device &one, const slp_request &request)
+static std::vector<std::string> scopes_of(const device &one)
 {
-    for (const std::string &own : text_split_list(device_text(one, "slp.scopes", "default"))) {
-        for (const std::string &asked : request.scopes) {
-            if (text_equal_ignoring_case(own, asked))
+    return text_split_list(device_text(one, "slp.scopes", "default"));
+}
+
+static bool have_common_scope(const std::vector<std::string> &scopes,
+                              const std::vector<std::string> &others)
+{
+    for (const std::string &scope : scopes) {
+        for (const std::string &other : others) {
+            if (text_equal_ignoring_case(scope, other))
                 return true;
         }
     }
     return false;
+}
+
+static bool shares_scope(const device &one, const slp_request &request)
+{
+    return have_common_scope(scopes_of(one), request.scopes);
+}
+
+// Whether a device has registered with a directory agent: with all of them unless it says in which
+// scopes.
+static bool is_registered(const device &one, const device &agent)
+{
+    return !device_has(one, "slp.da.scopes") ||
+           have_common_scope(text_split_list(device_text(one, "slp.da.scopes")), scopes_of(agent));
 }
 
 static bool is_known_responder(const device &one, const slp_request &request)
@@ -127,8 +146,10 @@ static std::string directory_agent_reply(const fleet &devices, const device &one
     if (transport == OVER_UDP && device_has(one, "slp.da.overflow")) {
         answer.flags |= SLP_FLAG_OVERFLOW;
     } else if (answer.error == 0 || answer.lie == "error") {
-        for (const device &other : devices.devices)
-            add_urls(other, "slp.da.url", request.type, answer.urls);
+        for (const device &other : devices.devices) {
+            if (is_registered(other, one))
+                add_urls(other, "slp.da.url", request.type, answer.urls);
+        }
         add_urls(one, "slp.url", request.type, answer.urls);
     }
     if (transport == OVER_TCP)

@@ -54,13 +54,12 @@ struct search_context {
     std::vector<uint8_t> buffer;
 };
 
-/// Reads all that arrives until the deadline.
-int collect_answers(search_context *search, int64_t deadline_us, responder_list *responders)
+int collect_answers(search_context *search, slp_wait wait, responder_list *responders)
 {
     int outcome = WAIT_NOTHING_NEW;
     for (;;) {
         struct sockaddr_in sender = {};
-        const int size = slp_receive(search->socket.fd, deadline_us, &search->buffer, &sender);
+        const int size = slp_receive(search->socket.fd, &wait, &search->buffer, &sender);
         if (size <= 0)
             return size < 0 ? WAIT_FAILED : outcome;
         const int made = search->reader(search->reader_context, search->buffer.data(),
@@ -70,9 +69,6 @@ int collect_answers(search_context *search, int64_t deadline_us, responder_list 
         if (made == SLP_DATAGRAM_ANSWER &&
             add_responder(responders, sender.sin_addr, search->longest_message))
             outcome = WAIT_NEW_ANSWERS;
-        // A flood of datagrams does not prolong the wait.
-        if (monotonic_us() >= deadline_us)
-            return outcome;
     }
 }
 
@@ -121,7 +117,7 @@ SLPError slp_converge(const slp_settings &settings, const slp_request &request,
     search_context search = {socket, reader, context, slp_longest_message(settings.properties), {}};
     responder_list responders;
     bool is_repeated = false;
-    int64_t deadline_us = monotonic_us();
+    int idle = 0;
     for (const int64_t wait_us : plan_waits_us(patience)) {
         const std::vector<uint8_t> message =
             slp_build_request(request, SLP_FLAG_MULTICAST, responders.text);
@@ -129,11 +125,14 @@ SLPError slp_converge(const slp_settings &settings, const slp_request &request,
             return is_repeated ? SLP_OK : SLP_BUFFER_OVERFLOW;
         if (slp_send_to_group(socket.fd, interfaces, target, message) == 0)
             return SLP_NETWORK_ERROR;
-        deadline_us += wait_us;
-        const int outcome = collect_answers(&search, deadline_us, &responders);
+        // Counted from here: a process that was stopped meanwhile still waits for the answers.
+        const int outcome = collect_answers(&search, {monotonic_us() + wait_us}, &responders);
         if (outcome == WAIT_FAILED)
             return SLP_NETWORK_ERROR;
-        if (outcome == WAIT_COMPLETE || (outcome == WAIT_NOTHING_NEW && is_repeated))
+        if (outcome == WAIT_COMPLETE)
+            return SLP_OK;
+        idle = outcome == WAIT_NOTHING_NEW && is_repeated ? idle + 1 : 0;
+        if (idle == patience.idle_repetitions)
             return SLP_OK;
         is_repeated = true;
     }

@@ -23,13 +23,14 @@ using slp_datagram_reader = int (*)(void *context, const uint8_t *bytes, size_t 
 struct slp_patience {
     const slp_timeouts &timeouts; ///< the waits after each request
     int32_t maximum_wait;         ///< milliseconds that all waits may add up to
+    int idle_repetitions;         ///< repeated requests in a row without a new sender: the end
 };
 
 /// Sends `request` by multicast (or broadcast) over every usable interface and collects answers.
-/// The search ends when a repeated request brought no new sender, when the waits are used up or
-/// the next one would pass the maximum, when the list of answerers no longer fits the MTU, or when
-/// the reader is content; all of these are SLP_OK. Other codes: SLP_BUFFER_OVERFLOW when already
-/// the first request is longer than the MTU, SLP_NETWORK_INIT_FAILED without a socket,
+/// The search ends when enough repeated requests brought no new sender, when the waits are used up
+/// or the next one would pass the maximum, when the list of answerers no longer fits the MTU, or
+/// when the reader is content; all of these are SLP_OK. Other codes: SLP_BUFFER_OVERFLOW when
+/// already the first request is longer than the MTU, SLP_NETWORK_INIT_FAILED without a socket,
 /// SLP_NETWORK_ERROR when no interface takes a request or the socket fails.
 SLPError slp_converge(const slp_settings &settings, const slp_request &request,
                       const slp_patience &patience, slp_datagram_reader reader, void *context);

@@ -1,10 +1,11 @@
-// The question to one directory agent: by UDP, and by TCP when a datagram is too small.
+// The questions to one directory agent: by UDP, and by TCP when a datagram is too small.
 #include "slp/agent/da_query.h"
 
 #include "io/stream.h"
 #include "io/wait.h"
 #include "slp/agent/convergence.h"
 #include "slp/agent/transport.h"
+#include "slp/agent/value_list.h"
 
 #include <algorithm>
 #include <sys/socket.h>
@@ -15,6 +16,10 @@ namespace
 /// The waits for one directory agent's datagram. An agent that is gone shall not take much longer
 /// than the multicast search that follows it.
 constexpr int64_t UDP_WAITS_MS[] = {500, 750, 1000, 1500};
+constexpr size_t UDP_WAIT_COUNT = std::size(UDP_WAITS_MS);
+/// How many of them a question for the advert takes when nobody answers; the question for services
+/// then has the others.
+constexpr size_t ADVERT_WAIT_COUNT = 2;
 constexpr int64_t TCP_WAIT_US = 5 * MICROSECONDS_PER_SECOND;
 
 /// What became of a question.
@@ -22,6 +27,18 @@ constexpr int QUERY_FAILED = -1; ///< an error, or a socket that cannot be used
 constexpr int QUERY_ANSWERED = 0;
 constexpr int QUERY_OVERFLOWED = 1; ///< answered in part: the whole is to be had over TCP
 constexpr int QUERY_UNANSWERED = 2; ///< no answer yet; also for a message that is none
+constexpr int QUERY_ADVERTISED = 3; ///< the agent has told its scopes
+
+/// What one agent is asked.
+struct agent_query {
+    const slp_request &request;
+    slp_request advert_request;
+    int64_t deadline_us;
+    slp_directory_agent *agent;
+    slp_results *results;
+    descriptor socket;
+    std::vector<uint8_t> buffer;
+};
 
 int take_reply(const slp_request &request, const uint8_t *message, size_t size,
                slp_results *results)
@@ -38,63 +55,93 @@ int take_reply(const slp_request &request, const uint8_t *message, size_t size,
     return QUERY_ANSWERED;
 }
 
-int await_reply(int fd, const slp_request &request, int64_t deadline_us,
-                std::vector<uint8_t> *buffer, slp_results *results)
+/// An advert counts whenever it comes, be it while services are asked for.
+int take_datagram(agent_query *query, size_t size)
+{
+    slp_da_advert advert;
+    if (query->agent->scopes.empty() &&
+        slp_read_da_advert(query->buffer.data(), size, query->advert_request.xid, &advert) == 0 &&
+        slp_is_directory_agent(advert)) {
+        query->agent->scopes = advert.scopes;
+        return QUERY_ADVERTISED;
+    }
+    return take_reply(query->request, query->buffer.data(), size, query->results);
+}
+
+int await_datagram(agent_query *query, slp_wait wait)
 {
     for (;;) {
-        const int size = slp_receive(fd, deadline_us, buffer, nullptr);
+        const int size = slp_receive(query->socket.fd, &wait, &query->buffer, nullptr);
         if (size <= 0)
             return size < 0 ? QUERY_FAILED : QUERY_UNANSWERED;
-        const int outcome = take_reply(request, buffer->data(), static_cast<size_t>(size), results);
-        if (outcome != QUERY_UNANSWERED || monotonic_us() >= deadline_us)
+        const int outcome = take_datagram(query, static_cast<size_t>(size));
+        if (outcome != QUERY_UNANSWERED)
             return outcome;
     }
 }
 
-int query_over_udp(const struct sockaddr_in &agent, const slp_request &request,
-                   const std::vector<uint8_t> &message, int64_t deadline_us, slp_results *results)
+/// Sends the message and repeats it, with the waits from number `first` to before `end`.
+int ask(agent_query *query, const std::vector<uint8_t> &message, size_t first, size_t end)
 {
-    const descriptor socket(slp_open_unicast_socket(agent));
-    if (socket.fd < 0)
-        return QUERY_FAILED;
-    std::vector<uint8_t> buffer;
-    int64_t wait_end_us = monotonic_us();
-    for (const int64_t wait_ms : UDP_WAITS_MS) {
-        if (wait_end_us >= deadline_us)
+    for (size_t i = first; i < end; ++i) {
+        const int64_t now_us = monotonic_us();
+        if (now_us >= query->deadline_us)
             break;
-        wait_end_us = std::min(deadline_us, wait_end_us + wait_ms * MICROSECONDS_PER_MILLISECOND);
-        if (send(socket.fd, message.data(), message.size(), 0) < 0)
+        if (send(query->socket.fd, message.data(), message.size(), 0) < 0)
             return QUERY_FAILED;
-        const int outcome = await_reply(socket.fd, request, wait_end_us, &buffer, results);
+        const int64_t wait_end_us = now_us + UDP_WAITS_MS[i] * MICROSECONDS_PER_MILLISECOND;
+        const int outcome = await_datagram(query, {std::min(query->deadline_us, wait_end_us)});
         if (outcome != QUERY_UNANSWERED)
             return outcome;
     }
     return QUERY_UNANSWERED;
 }
 
-int query_over_tcp(const struct sockaddr_in &agent, const slp_request &request,
-                   const std::vector<uint8_t> &message, int64_t deadline_us, slp_results *results)
+int query_over_udp(agent_query *query, std::string_view wanted, size_t longest_message)
 {
-    std::vector<uint8_t> reply;
-    const int64_t wait_end_us = std::min(deadline_us, monotonic_us() + TCP_WAIT_US);
-    if (slp_exchange_over_tcp(agent, message, wait_end_us, &reply) != 0)
+    const std::vector<uint8_t> message = slp_build_request(query->request, 0, {});
+    const bool fits = message.size() <= longest_message;
+    if (query->agent->scopes.empty()) {
+        int outcome =
+            ask(query, slp_build_request(query->advert_request, 0, {}), 0, ADVERT_WAIT_COUNT);
+        if (outcome == QUERY_UNANSWERED)
+            outcome =
+                fits ? ask(query, message, ADVERT_WAIT_COUNT, UDP_WAIT_COUNT) : QUERY_OVERFLOWED;
+        if (outcome != QUERY_ADVERTISED)
+            return outcome;
+    }
+    if (!slp_scopes_overlap(wanted, query->agent->scopes))
         return QUERY_FAILED;
-    // Over TCP there is nowhere left to overflow to.
-    const int outcome = take_reply(request, reply.data(), reply.size(), results);
-    return outcome == QUERY_OVERFLOWED ? QUERY_ANSWERED : outcome;
+    return fits ? ask(query, message, 0, UDP_WAIT_COUNT) : QUERY_OVERFLOWED;
 }
 
 } // namespace
 
 int slp_query_directory_agent(const slp_settings &settings, const slp_request &request,
-                              struct in_addr agent, int64_t deadline_us, slp_results *results)
+                              std::string_view wanted, int64_t deadline_us,
+                              slp_directory_agent *agent, slp_results *results)
+{
+    const struct sockaddr_in address = slp_socket_address(agent->address, settings.port);
+    // No scopes: an agent of any shall answer, for it is its advert that tells which.
+    agent_query query = {request, slp_directory_agent_request(request, ""),     deadline_us, agent,
+                         results, descriptor(slp_open_unicast_socket(address)), {}};
+    if (query.socket.fd < 0)
+        return -1;
+    const int outcome = query_over_udp(&query, wanted, slp_longest_message(settings.properties));
+    if (outcome != QUERY_OVERFLOWED)
+        return outcome == QUERY_ANSWERED ? 0 : -1;
+    return slp_query_over_tcp(settings, request, agent->address,
+                              std::min(deadline_us, monotonic_us() + TCP_WAIT_US), results);
+}
+
+int slp_query_over_tcp(const slp_settings &settings, const slp_request &request,
+                       struct in_addr agent, int64_t deadline_us, slp_results *results)
 {
     const struct sockaddr_in address = slp_socket_address(agent, settings.port);
-    const std::vector<uint8_t> message = slp_build_request(request, 0, {});
-    int outcome = QUERY_OVERFLOWED;
-    if (message.size() <= slp_longest_message(settings.properties))
-        outcome = query_over_udp(address, request, message, deadline_us, results);
-    if (outcome == QUERY_OVERFLOWED)
-        outcome = query_over_tcp(address, request, message, deadline_us, results);
-    return outcome == QUERY_ANSWERED ? 0 : -1;
+    std::vector<uint8_t> reply;
+    if (slp_exchange_over_tcp(address, slp_build_request(request, 0, {}), deadline_us, &reply) != 0)
+        return -1;
+    const int outcome = take_reply(request, reply.data(), reply.size(), results);
+    // Over TCP there is nowhere left to overflow to.
+    return outcome == QUERY_ANSWERED || outcome == QUERY_OVERFLOWED ? 0 : -1;
 }

@@ -14,6 +14,8 @@ namespace
 constexpr char DIRECTORY_AGENT_TYPE[] = "service:directory-agent";
 constexpr std::string_view DIRECTORY_AGENT_URL = "service:directory-agent://";
 constexpr size_t AGENTS_MAX = SLP_ADDRESSES_MAX;
+/// Most networks have no directory agent, and every run waits for this search: it is short.
+constexpr int IDLE_REPETITIONS = 1;
 
 /// Adds an agent unless it is known. Nobody can name more than one: each dead one costs a wait.
 void add_agent(std::vector<slp_directory_agent> *agents, const slp_directory_agent &agent)
@@ -50,16 +52,29 @@ int read_advert_datagram(void *context, const uint8_t *bytes, size_t size,
     if (slp_read_da_advert(bytes, size, search->request.xid, &advert) != 0 ||
         advert.error_code != 0)
         return SLP_DATAGRAM_FOREIGN;
-    const bool is_agent =
-        slp_same_text(advert.url.substr(0, DIRECTORY_AGENT_URL.size()), DIRECTORY_AGENT_URL);
-    const bool stays = advert.boot_timestamp != 0;
-    if (is_agent && stays && slp_scopes_overlap(advert.scopes, search->request.scopes))
+    if (slp_is_directory_agent(advert) && slp_scopes_overlap(advert.scopes, search->request.scopes))
         add_agent(&search->agents, {advertised_address(advert.url, sender.sin_addr),
                                     sender.sin_addr, std::string(advert.scopes)});
     return SLP_DATAGRAM_ANSWER;
 }
 
 } // namespace
+
+slp_request slp_directory_agent_request(const slp_request &request, std::string_view scopes)
+{
+    slp_request adverts = request;
+    adverts.service_type = DIRECTORY_AGENT_TYPE;
+    adverts.scopes = scopes;
+    adverts.filter.clear();
+    adverts.xid = slp_new_xid();
+    return adverts;
+}
+
+bool slp_is_directory_agent(const slp_da_advert &advert)
+{
+    return advert.error_code == 0 && advert.boot_timestamp != 0 &&
+           slp_same_text(advert.url.substr(0, DIRECTORY_AGENT_URL.size()), DIRECTORY_AGENT_URL);
+}
 
 std::vector<slp_directory_agent> slp_find_directory_agents(const slp_settings &settings,
                                                            const slp_request &request)
@@ -73,16 +88,14 @@ std::vector<slp_directory_agent> slp_find_directory_agents(const slp_settings &s
                 add_agent(&search.agents, {address, address, ""});
         return search.agents;
     }
-    if (!properties.active_da_detection)
+    if (!properties.active_da_detection || properties.da_discovery_maximum_wait == 0)
         return {};
-    search.request = request;
-    search.request.service_type = DIRECTORY_AGENT_TYPE;
-    search.request.filter.clear();
-    search.request.xid = slp_new_xid();
+    search.request = slp_directory_agent_request(request, request.scopes);
     // Whatever ends this search: the agents found until then can be asked, and without any the
     // multicast search for services meets the same trouble and reports it.
-    slp_converge(settings, search.request,
-                 {properties.da_discovery_timeouts, properties.da_discovery_maximum_wait},
-                 read_advert_datagram, &search);
+    slp_converge(
+        settings, search.request,
+        {properties.da_discovery_timeouts, properties.da_discovery_maximum_wait, IDLE_REPETITIONS},
+        read_advert_datagram, &search);
     return search.agents;
 }

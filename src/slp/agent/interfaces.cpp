@@ -39,7 +39,7 @@ std::vector<slp_interface> slp_list_interfaces(const slp_properties &properties)
     struct ifaddrs *first = nullptr;
     if (getifaddrs(&first) != 0)
         return interfaces;
-    const std::unique_ptr<struct ifaddrs, address_list_freer> owner(first);
+    const std::unique_ptr<struct ifaddrs, address_list_freer> addresses(first);
     for (const struct ifaddrs *entry = first; entry != nullptr; entry = entry->ifa_next) {
         if (entry->ifa_addr == nullptr || entry->ifa_addr->sa_family != AF_INET)
             continue;

@@ -140,12 +140,13 @@ int slp_open_unicast_socket(const struct sockaddr_in &target)
     return opened.release();
 }
 
-int slp_receive(int fd, int64_t deadline_us, std::vector<uint8_t> *buffer,
-                struct sockaddr_in *sender)
+int slp_receive(int fd, slp_wait *wait, std::vector<uint8_t> *buffer, struct sockaddr_in *sender)
 {
     buffer->resize(SLP_DATAGRAM_SIZE_MAX);
     for (;;) {
-        const int ready = wait_until(fd, POLLIN, deadline_us);
+        if (monotonic_us() >= wait->deadline_us && wait->late_left-- <= 0)
+            return 0;
+        const int ready = wait_until(fd, POLLIN, wait->deadline_us);
         if (ready <= 0)
             return ready;
         struct sockaddr_in from = {};
@@ -159,8 +160,6 @@ int slp_receive(int fd, int64_t deadline_us, std::vector<uint8_t> *buffer,
                 *sender = from;
             return static_cast<int>(count);
         }
-        if (monotonic_us() >= deadline_us)
-            return 0;
     }
 }
 

@@ -29,11 +29,18 @@ int slp_send_to_group(int fd, const std::vector<slp_interface> &interfaces,
 /// Opens a UDP socket connected to one agent. Returns the descriptor, or -1 (`errno`).
 int slp_open_unicast_socket(const struct sockaddr_in &target);
 
-/// Waits for the next datagram until `deadline_us`. Returns its size in bytes, 0 at the deadline
-/// (an empty datagram is passed over), -1 when the socket failed, such as by the message that
-/// nobody listens on a connected socket's port. `sender` may be null.
-int slp_receive(int fd, int64_t deadline_us, std::vector<uint8_t> *buffer,
-                struct sockaddr_in *sender);
+/// One wait for datagrams.
+struct slp_wait {
+    int64_t deadline_us;
+    /// Datagrams that are still read past the deadline. What has arrived by then counts, though the
+    /// process may have been stopped or slow; a flood must not prolong the wait.
+    int late_left = 4096;
+};
+
+/// Waits for the next datagram. Returns its size in bytes, 0 when the wait is over and all that has
+/// arrived is read (an empty datagram is passed over), -1 when the socket failed, such as by the
+/// message that nobody listens on a connected socket's port. `sender` may be null.
+int slp_receive(int fd, slp_wait *wait, std::vector<uint8_t> *buffer, struct sockaddr_in *sender);
 
 /// Sends `request` over a TCP connection of its own and reads one message into `reply`, all
 /// before `deadline_us`. Returns 0, or -1 when no whole message could be had; whole means as long
