@@ -98,7 +98,9 @@ const agent_case CASES[] = {
     // 5 s of each for TCP.
     {"SlowConfiguredAgent", CONFIGURED, BOTH + directory("slp.delay=2000"), BY_AGENT, false},
     {"ConfiguredAgentTooSlow", CONFIGURED, BOTH + directory("slp.delay=4500"), BY_ITSELF},
-    {"AgentSilentOverTcp", CONFIGURED, BOTH + directory("slp.da.overflow slp.da.tcp=silent"),
+    {"AgentSlowOverTcp", CONFIGURED, BOTH + directory("slp.da.overflow slp.tcp.delay=3500"),
+     BY_AGENT, false, true},
+    {"AgentTooSlowOverTcp", CONFIGURED, BOTH + directory("slp.da.overflow slp.tcp.delay=6500"),
      BY_ITSELF, true, true},
     {"SilentConfiguredAgents",
      "net.slp.DAAddresses = 10.9.0.10, 10.9.0.11, 10.9.0.12, 10.9.0.13, 10.9.0.50\n",
@@ -108,7 +110,7 @@ const agent_case CASES[] = {
     {"PrinterTooLate", ALONE,
      "device 10.9.1.2 slp.url=\"service:printer:ipp://%a\" slp.delay=3000\n", ""},
     {"Overflow", ALONE,
-     overflowing("10.9.1.1", "slp.tcp slp.da.tcp=silent") + overflowing("10.9.1.2", "slp.tcp") +
+     overflowing("10.9.1.1", "slp.tcp slp.tcp.delay=5000") + overflowing("10.9.1.2", "slp.tcp") +
          overflowing("10.9.1.3", "") + overflowing("10.9.1.4", "slp.tcp slp.da.tcp=short"),
      announced("10.9.1.1", "1,0,1,0") + announced("10.9.1.2", "1,1,1,0") +
          announced("10.9.1.3", "1,0,1,0") + announced("10.9.1.4", "1,0,1,0"),

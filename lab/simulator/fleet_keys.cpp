@@ -77,6 +77,7 @@ constexpr key_rule KEY_RULES[] = {
     {"slp.repeat", KIND_NUMBER, REPEAT_LIMIT, {}},
     {"slp.delay", KIND_NUMBER, DELAY_LIMIT_MS, {}},
     {"slp.tcp", KIND_FLAG, 0, {}},
+    {"slp.tcp.delay", KIND_NUMBER, DELAY_LIMIT_MS, {}},
     {"slp.da", KIND_FLAG, 0, {}},
     {"slp.da.url", KIND_TEXT, TEXT_LIMIT, {}},
     {"slp.da.error", KIND_NUMBER, UINT16_MAX, {}},

@@ -209,7 +209,8 @@ static void answer_connection(const fleet &devices, tcp_connection &connection)
         tcp_close(connection);
         return;
     }
-    tcp_send(connection, reply, device_number(one, "slp.delay", 0) * MICROSECONDS_PER_MILLISECOND);
+    const long delay = device_number(one, "slp.tcp.delay", device_number(one, "slp.delay", 0));
+    tcp_send(connection, reply, delay * MICROSECONDS_PER_MILLISECOND);
 }
 
 constexpr tcp_protocol SLP_TCP = {"slp-tcp", "slp-tcp-connect", nullptr, answer_connection};
