@@ -241,6 +241,23 @@ device_link_lines() # LINES: what `simulator --addresses` printed
     host_neighbour_lines "$number"
 }
 
+# Prints nft rules that drop the lost ones of the TCP segments with which a connection begins or is
+# refused. Which of a thousand these are is drawn from the seed: numgen's own numbers have none.
+loss_rules()
+{
+    local hook turn lost
+    RANDOM=$seed
+    for hook in input output; do
+        lost=''
+        for ((turn = 0; turn < 1000; turn++)); do
+            ((RANDOM % 100 >= loss)) || lost+=$turn,
+        done
+        printf 'add chain inet loss %s { type filter hook %s priority 0; }\n' $hook $hook
+        printf 'add rule inet loss %s tcp flags & (syn | rst) != 0 numgen inc mod 1000 { %s } drop\n' \
+            $hook "${lost%,}"
+    done
+}
+
 # Reports the end of a simulator: with its status 3 it has said why itself.
 simulator_end()
 {
@@ -301,9 +318,13 @@ devices_stage()
         echo unlaid "${text%%$'\n'*}"
         exit
     }
+    if ((loss > 0)) && PATH=$SYSTEM_PATH type -P nft >/dev/null; then
+        { echo 'add table inet loss' && loss_rules; } | "$(tool nft)" -f - >&2 || echo unlaid 'nft'
+    fi
     [[ -z $agent_pid ]] || echo >&"${agent[1]}"
     if [[ -n $fleet ]]; then
-        run_simulator "$own_record" --fleet "$fleet" --network $number --interface eth0 &
+        run_simulator "$own_record" --fleet "$fleet" --network $number --interface eth0 \
+            --loss "$loss" --seed "$seed" &
     fi
     if wait_for_device_link; then
         echo link

@@ -235,3 +235,24 @@ TEST(Lab, FindsTheSameUnderEveryLocale)
     EXPECT_EQ(line_count(turkish.program.out, "ip: 10.9.1."), 3U) << turkish.program.out;
     EXPECT_EQ(sorted_devices(turkish.program.out), sorted_devices(found_under("C").program.out));
 }
+
+TEST(Lab, FindsAllBehindAFirewallThatLetsTheAnswersIn)
+{
+    const auto report_behind = [](const std::string &rule) {
+        const std::string script =
+            "PATH=$PATH:/usr/sbin; nft 'table inet t { chain c { type filter hook input priority 0;"
+            "policy drop; iif lo accept; ct state established,related accept;"
+            "icmpv6 type { nd-neighbor-solicit, nd-neighbor-advert } accept\n" +
+            rule + "\n}; }' && \"$0\"";
+        return run_in_lab({HALL, {}, {}}, {"/bin/bash", "-c", script, DEVSCOUT_PROGRAM});
+    };
+    const std::string fragment = std::filesystem::path(LAB_COMMAND).parent_path().parent_path() /
+                                 "share/firewall/devscout.nft";
+    const lab_result result = report_behind("include \"" + fragment + "\"");
+    SKIP_NO_LAB(result);
+    EXPECT_EQ(sorted_devices(result.program.out), expected_lines({"", "eth0", {}}))
+        << result.program.err;
+    const lab_result without = report_behind("");
+    EXPECT_EQ(line_count(without.program.out, "# Total 0 printers found"), 1U)
+        << without.program.out << without.program.err;
+}

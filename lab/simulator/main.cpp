@@ -1,7 +1,8 @@
 // The device simulator: one process that answers for a whole fleet of devices.
 //
 // simulator --addresses FLEET [--network N]
-// simulator --fleet FLEET --interface NAME [--network N] [--record FILE] [--ready-fd N]
+// simulator --fleet FLEET --interface NAME [--network N] [--loss PERCENT] [--seed N]
+//           [--record FILE] [--ready-fd N]
 // simulator --tunnel NAME [--record FILE] [--ready-fd N]
 #include <cerrno>
 #include <csignal>
@@ -17,6 +18,7 @@
 #include "simulator/addresses.h"
 #include "simulator/fleet.h"
 #include "simulator/inquiry.h"
+#include "simulator/loss.h"
 #include "simulator/nodeq.h"
 #include "simulator/record.h"
 #include "simulator/send_queue.h"
@@ -37,6 +39,8 @@ struct arguments {
     const char *tunnel = nullptr;
     const char *record = nullptr;
     int network = 9;
+    long loss = 0; // percent
+    long seed = 1;
     int ready_fd = -1;
 };
 
@@ -72,6 +76,10 @@ static int read_arguments(int argc, char **argv, arguments &read)
             read.tunnel = value;
         else if (strcmp(argv[i], "--network") == 0)
             read.network = static_cast<int>(text_to_number(value, LARGEST_NETWORK));
+        else if (strcmp(argv[i], "--loss") == 0)
+            read.loss = text_to_number(value, 100);
+        else if (strcmp(argv[i], "--seed") == 0)
+            read.seed = text_to_number(value, INT32_MAX);
         else if (strcmp(argv[i], "--record") == 0)
             read.record = value;
         else if (strcmp(argv[i], "--ready-fd") == 0)
@@ -81,7 +89,8 @@ static int read_arguments(int argc, char **argv, arguments &read)
     }
     const int tasks = (read.addresses != nullptr ? 1 : 0) + (read.fleet != nullptr ? 1 : 0) +
                       (read.tunnel != nullptr ? 1 : 0);
-    return tasks == 1 && read.network >= 0 ? 0 : -1;
+    const bool in_range = read.network >= 0 && read.loss >= 0 && read.seed >= 0;
+    return tasks == 1 && in_range ? 0 : -1;
 }
 
 static int open_services(unsigned interface)
@@ -169,6 +178,7 @@ static int run_fleet(const arguments &given, const fleet &devices)
         fprintf(stderr, "simulator: no interface %s\n", given.interface);
         return EXIT_BAD_START;
     }
+    loss_set(static_cast<int>(given.loss), static_cast<uint64_t>(given.seed));
     raise_descriptor_limit();
     const descriptor end_signal(open_end_signal());
     if (end_signal.fd < 0 || open_services(interface) != 0 || inquiry_listen(devices) != 0 ||
@@ -196,11 +206,11 @@ int main(int argc, char **argv)
 {
     arguments given;
     if (read_arguments(argc, argv, given) != 0) {
-        fprintf(stderr,
-                "use: simulator --addresses FLEET [--network N]\n"
-                "     simulator --fleet FLEET --interface NAME [--network N] [--record FILE] "
-                "[--ready-fd N]\n"
-                "     simulator --tunnel NAME [--record FILE] [--ready-fd N]\n");
+        fprintf(stderr, "use: simulator --addresses FLEET [--network N]\n"
+                        "     simulator --fleet FLEET --interface NAME [--network N] [--loss "
+                        "PERCENT] [--seed N] "
+                        "[--record FILE] [--ready-fd N]\n"
+                        "     simulator --tunnel NAME [--record FILE] [--ready-fd N]\n");
         return EXIT_BAD_START;
     }
     fleet devices;

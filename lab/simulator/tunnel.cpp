@@ -55,7 +55,7 @@ static void record_packet(std::string_view packet)
         memcpy(&ipv4, packet.data(), sizeof ipv4);
     if (packet.size() >= sizeof ipv6)
         memcpy(&ipv6, packet.data(), sizeof ipv6);
-    const size_t ipv4_head = ipv4.ip_hl * 4U;
+    const size_t ipv4_head = static_cast<size_t>(ipv4.ip_hl) * 4;
     if (ipv4.ip_v == 4 && ipv4.ip_p == IPPROTO_UDP && packet.size() >= ipv4_head)
         record_udp(endpoint_of_ipv4(ntohl(ipv4.ip_src.s_addr)),
                    endpoint_of_ipv4(ntohl(ipv4.ip_dst.s_addr)), packet.substr(ipv4_head));

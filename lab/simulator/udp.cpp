@@ -1,8 +1,11 @@
 // UDP sockets that hear for many addresses and answer from any of them.
 #include "simulator/udp.h"
 
+#include <algorithm>
 #include <arpa/inet.h>
 #include <cstring>
+
+#include "simulator/loss.h"
 
 constexpr int BUFFER_SIZE = 16 << 20; // bytes; the system may grant less
 constexpr size_t LARGEST_DATAGRAM = 65536;
@@ -105,6 +108,8 @@ static void set_source(msghdr &message, int level, int type, const INFO &info)
 void udp_send(const udp_socket &by, const sockaddr_storage &from, const sockaddr_storage &to,
               std::string_view bytes)
 {
+    if (loss_takes_next(LOSS_OF_ANSWERS, from, by.port))
+        return;
     alignas(cmsghdr) char control[256] = {};
     sockaddr_storage name = to;
     iovec part = {const_cast<char *>(bytes.data()), bytes.size()};
@@ -155,7 +160,8 @@ static ipv6_network answering_network(const device &one)
     return name == "link" ? IPV6_LINK : name == "site" ? IPV6_SITE : IPV6_GLOBAL;
 }
 
-std::vector<asked_device> udp_asked_devices(const fleet &devices, const datagram &request)
+// The devices that the request is meant for, whether it reaches them or not.
+static std::vector<asked_device> addressed_devices(const fleet &devices, const datagram &request)
 {
     std::vector<asked_device> asked;
     if (!udp_was_sent_to_all(request)) {
@@ -171,6 +177,19 @@ std::vector<asked_device> udp_asked_devices(const fleet &devices, const datagram
         else if (request.destination.ss_family == AF_INET6 && one.has_ipv6)
             asked.push_back({index, endpoint_of_ipv6(one.ipv6[answering_network(one)])});
     }
+    return asked;
+}
+
+std::vector<asked_device> udp_asked_devices(const fleet &devices, const datagram &request)
+{
+    std::vector<asked_device> asked = addressed_devices(devices, request);
+    // The port stands at the same place in both families.
+    const uint16_t port =
+        ntohs(reinterpret_cast<const sockaddr_in &>(request.destination).sin_port);
+    const auto lost = [port](const asked_device &one) {
+        return loss_takes_next(LOSS_OF_REQUESTS, one.from, port);
+    };
+    asked.erase(std::remove_if(asked.begin(), asked.end(), lost), asked.end());
     return asked;
 }
 

@@ -45,7 +45,7 @@ bool udp_was_sent_to_all(const datagram &request);
 
 /// The devices that the request asks, in the order of the fleet: all that have an address of its
 /// family, or the one that owns the destination. IPv6 requests to all are answered from the
-/// network that the device's key from6 names.
+/// network that the device's key from6 names. Devices that the request does not reach are left out.
 std::vector<asked_device> udp_asked_devices(const fleet &devices, const datagram &request);
 
 /// The IPv4 address of an endpoint in host byte order, 0 for another family.
