@@ -317,6 +317,7 @@ TEST(Lab, CarriesOnWithoutNetworkOrIpv6)
     const std::string &out = without_network.program.out;
     EXPECT_EQ(line_count(out, "ERROR: nodeq detection failed: Network is unreachable"), 1U) << out;
     EXPECT_EQ(line_count(out, "# ERROR: snmp_send failed, Network is unreachable"), 1U) << out;
+    EXPECT_EQ(without_network.program.err, "");
 
     const lab_result without_ipv6 =
         devscout_in_lab({OFFICE, {"--no-ipv6"}}, {"-s", "--snmp6", "--nodeq"});

@@ -152,39 +152,43 @@ TEST(Log, TakesNothingThatIsNotItsOwnFile)
     const log_files files;
     const scratch_folder folder;
     const std::string victim = folder.write("victim", "precious");
-    const std::string log = folder.path / "log";
     descriptor reader;
     const struct {
         const char *what;
-        std::function<int()> lay;
+        std::function<int(const char *)> lay;
     } cases[] = {
-        {"symbolic link", [&] { return symlink(victim.c_str(), log.c_str()); }},
-        {"hard link", [&] { return link(victim.c_str(), log.c_str()); }},
-        {"FIFO without a reader", [&] { return mkfifo(log.c_str(), 0600); }},
+        {"symbolic link", [&](const char *log) { return symlink(victim.c_str(), log); }},
+        {"hard link", [&](const char *log) { return link(victim.c_str(), log); }},
+        {"FIFO without a reader", [&](const char *log) { return mkfifo(log, 0600); }},
         {"FIFO with a reader",
-         [&] {
-             const int laid = mkfifo(log.c_str(), 0600);
-             reader.reset(open(log.c_str(), O_RDONLY | O_NONBLOCK));
+         [&](const char *log) {
+             const int laid = mkfifo(log, 0600);
+             reader.reset(open(log, O_RDONLY | O_NONBLOCK));
              return laid;
          }},
-        {"folder", [&] { return mkdir(log.c_str(), 0700); }},
+        {"folder", [&](const char *log) { return mkdir(log, 0700); }},
         {"file of another user",
-         [&] {
-             folder.write("log", "precious");
-             return geteuid() == 0 ? chown(log.c_str(), 65534, 65534) : chmod(log.c_str(), 0400);
+         [&](const char *log) {
+             std::ofstream(log) << "precious";
+             return geteuid() == 0 ? chown(log, 65534, 65534) : chmod(log, 0400);
          }},
     };
-    for (const auto &c : cases) {
-        std::filesystem::remove(log);
-        ASSERT_EQ(c.lay(), 0) << c.what;
-        testing::internal::CaptureStderr();
-        log_open_file(2, log.c_str());
-        EXPECT_EQ(testing::internal::GetCapturedStderr(), log + " file open error\n") << c.what;
-        EXPECT_EQ(log_stream, nullptr) << c.what;
-        EXPECT_EQ(content_of(victim), "precious") << c.what;
+    files.configure("APPEND_MODE=1\n");
+    const std::string truncated = folder.path / "log";
+    for (const std::string &log : {truncated, files.plain}) {
+        for (const auto &c : cases) {
+            std::filesystem::remove(log);
+            ASSERT_EQ(c.lay(log.c_str()), 0) << c.what;
+            testing::internal::CaptureStderr();
+            log == truncated ? log_open_file(2, log.c_str()) : log_open(files.name.c_str());
+            EXPECT_EQ(testing::internal::GetCapturedStderr(), log + " file open error\n") << c.what;
+            EXPECT_EQ(log_stream, nullptr) << c.what;
+            EXPECT_EQ(content_of(victim), "precious") << c.what;
+        }
+        EXPECT_EQ(content_of(log), "precious") << "another user's file is not emptied either";
     }
-    EXPECT_EQ(content_of(log), "precious") << "another user's file is not emptied either";
 
+    std::filesystem::remove(files.configuration);
     ASSERT_EQ(mkfifo(files.configuration.c_str(), 0600), 0);
     log_open(files.name.c_str());
     EXPECT_EQ(log_stream, nullptr) << "a FIFO is no configuration";

@@ -1,6 +1,6 @@
 // The host's interfaces and the completion of IPv6 addresses.
 #include "netif/derive_ipv6.h"
-#include "netif/interfaces.h"
+#include "netif/ifconfig.h"
 #include "netif/line_reader.h"
 #include "scratch.h"
 

@@ -1,14 +1,13 @@
 // The interfaces that a request to everybody leaves through.
 #include "io/egress.h"
 
+#include "io/interface_addresses.h"
 #include "io/netlink.h"
 
 #include <algorithm>
 #include <arpa/inet.h>
 #include <cerrno>
 #include <cstring>
-#include <ifaddrs.h>
-#include <memory>
 #include <net/if.h>
 #include <netinet/in.h>
 #include <string>
@@ -19,13 +18,6 @@ namespace
 
 /// A host of many containers has hundreds of interfaces; more than these are not asked.
 constexpr size_t MAX_INTERFACES = 256;
-
-struct ifaddrs_deleter {
-    void operator()(struct ifaddrs *addresses) const
-    {
-        freeifaddrs(addresses);
-    }
-};
 
 bool has_flags(const struct ifaddrs *entry, unsigned needed)
 {
@@ -49,12 +41,9 @@ bool has_address(const struct ifaddrs *entry, int family)
 std::vector<unsigned> usable_interfaces(int family, unsigned known)
 {
     std::vector<unsigned> found;
-    struct ifaddrs *first = nullptr;
-    if (getifaddrs(&first) != 0)
-        return found;
-    const std::unique_ptr<struct ifaddrs, ifaddrs_deleter> owner(first);
+    const interface_addresses addresses = list_interface_addresses();
     const unsigned cast = family == AF_INET ? IFF_BROADCAST : IFF_MULTICAST;
-    for (const struct ifaddrs *entry = first; entry != nullptr; entry = entry->ifa_next) {
+    for (const struct ifaddrs *entry = addresses.get(); entry != nullptr; entry = entry->ifa_next) {
         if (!has_flags(entry, cast) || !has_address(entry, family))
             continue;
         // A further address may stand under a label, "eth0:1".

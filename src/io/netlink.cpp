@@ -53,12 +53,12 @@ uint32_t find_number(const char *attributes, size_t length, unsigned short type)
 /// which follows a header of `header_size` bytes; 0 when there is none.
 uint32_t ask(const struct nlmsghdr *question, size_t size, size_t header_size, unsigned short type)
 {
-    const descriptor owner(socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_ROUTE));
-    if (owner.fd < 0 || send(owner.fd, question, size, 0) < 0 ||
-        wait_for(owner.fd, POLLIN, ANSWER_WAIT_US) <= 0)
+    const descriptor kernel(socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_ROUTE));
+    if (kernel.fd < 0 || send(kernel.fd, question, size, 0) < 0 ||
+        wait_for(kernel.fd, POLLIN, ANSWER_WAIT_US) <= 0)
         return 0;
     char answer[ANSWER_SIZE];
-    const ssize_t received = recv(owner.fd, answer, sizeof answer, MSG_DONTWAIT);
+    const ssize_t received = recv(kernel.fd, answer, sizeof answer, MSG_DONTWAIT);
     struct nlmsghdr header = {};
     const size_t offset = NLMSG_SPACE(header_size);
     if (received < static_cast<ssize_t>(offset))

@@ -1,7 +1,16 @@
-// Socket options that several methods ask for.
+// Socket addresses and options that several methods need.
 #include "io/socket.h"
 
 #include <sys/socket.h>
+
+struct sockaddr_in ipv4_socket_address(struct in_addr address, uint16_t port)
+{
+    struct sockaddr_in result = {};
+    result.sin_family = AF_INET;
+    result.sin_port = htons(port);
+    result.sin_addr = address;
+    return result;
+}
 
 void enlarge_receive_buffer(int socket_fd)
 {

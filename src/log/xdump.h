@@ -1,4 +1,4 @@
-// Hex dumps: offset, byte values and characters, 16 bytes a line.
+// Hex dumps: offset, byte values and characters, 16 bytes per line.
 #pragma once
 
 #include <cstdio>

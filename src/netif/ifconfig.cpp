@@ -1,20 +1,15 @@
 // The host's Ethernet interfaces, read from the output of "/sbin/ifconfig".
-#include "netif/interfaces.h"
+#include "netif/ifconfig.h"
 
 #include "config/text.h"
-#include "netif/interface_record.h"
 #include "netif/line_reader.h"
 
 #include <cctype>
 #include <cstdio>
 #include <cstring>
-#include <unistd.h>
 
 namespace
 {
-
-constexpr char IFCONFIG_PATH[] = "/sbin/ifconfig";
-constexpr char IFCONFIG_SOURCE[] = "exec:/sbin/ifconfig";
 
 constexpr char FORMAT_MARKER[] = "Link encap:";
 constexpr char ETHERNET_MARKER[] = "Link encap:Ethernet";
@@ -55,14 +50,6 @@ void read_header_line(const char *line, ifconfig_parse_state *state)
 }
 
 } // namespace
-
-int enumerate_interfaces(list_node **interfaces)
-{
-    const bool has_ifconfig = access(IFCONFIG_PATH, X_OK) == 0;
-    if (!has_ifconfig || enumerate_interfaces_from(interfaces, IFCONFIG_SOURCE) == 0)
-        enumerate_system_interfaces(interfaces);
-    return 0;
-}
 
 int enumerate_interfaces_from(list_node **interfaces, const char *source)
 {

@@ -1,4 +1,4 @@
-// Adding and filling interface records, whatever their source.
+// The record of an Ethernet interface, whatever its source.
 #include "netif/interface_record.h"
 
 #include "config/text.h"

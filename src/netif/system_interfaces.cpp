@@ -1,13 +1,11 @@
 // The host's Ethernet interfaces, as the system itself lists them.
-#include "netif/interfaces.h"
+#include "netif/system_interfaces.h"
 
 #include "config/text.h"
-#include "netif/interface_record.h"
+#include "io/interface_addresses.h"
 
 #include <arpa/inet.h>
 #include <cstring>
-#include <ifaddrs.h>
-#include <memory>
 #include <net/if.h>
 #include <net/if_arp.h>
 #include <netinet/in.h>
@@ -15,13 +13,6 @@
 
 namespace
 {
-
-struct ifaddrs_deleter {
-    void operator()(struct ifaddrs *addresses) const
-    {
-        freeifaddrs(addresses);
-    }
-};
 
 bool is_ethernet(const struct ifaddrs *entry)
 {
@@ -74,15 +65,12 @@ void take_address(netinterface_info *interface, const struct ifaddrs *entry)
 
 void enumerate_system_interfaces(list_node **interfaces)
 {
-    struct ifaddrs *first = nullptr;
-    if (getifaddrs(&first) != 0)
-        return;
-    const std::unique_ptr<struct ifaddrs, ifaddrs_deleter> owner(first);
-    for (const struct ifaddrs *entry = first; entry != nullptr; entry = entry->ifa_next) {
+    const interface_addresses addresses = list_interface_addresses();
+    for (const struct ifaddrs *entry = addresses.get(); entry != nullptr; entry = entry->ifa_next) {
         if (is_ethernet(entry))
             add_interface(interfaces, entry->ifa_name);
     }
-    for (const struct ifaddrs *entry = first; entry != nullptr; entry = entry->ifa_next) {
+    for (const struct ifaddrs *entry = addresses.get(); entry != nullptr; entry = entry->ifa_next) {
         netinterface_info *interface = find_interface(*interfaces, entry->ifa_name);
         if (interface != nullptr && entry->ifa_addr != nullptr)
             take_address(interface, entry);

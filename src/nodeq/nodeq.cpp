@@ -20,17 +20,8 @@ namespace
 
 constexpr int64_t QUIET_TIME_US = 500 * MICROSECONDS_PER_MILLISECOND;
 constexpr useconds_t PAUSE_US = 100 * MICROSECONDS_PER_MILLISECOND;
-constexpr int MAX_DATAGRAMS = 99; ///< a pass
+constexpr int MAX_DATAGRAMS = 99; ///< in one pass
 constexpr int EXCHANGES = 2;
-
-struct sockaddr_in ipv4_address(uint32_t address, uint16_t port)
-{
-    struct sockaddr_in result = {};
-    result.sin_family = AF_INET;
-    result.sin_port = htons(port);
-    result.sin_addr.s_addr = htonl(address);
-    return result;
-}
 
 void receive_answer(device_list *devices, int socket_fd)
 {
@@ -56,45 +47,44 @@ int discover_using_nodeq(device_list *devices, const char *target)
 {
     if (target[0] == 'u')
         return 0;
-    const int socket_fd = nodeq_open_socket();
-    if (socket_fd < 0) {
+    const descriptor opened(nodeq_open_socket());
+    if (opened.fd < 0) {
         printf("ERROR: Can not create nodeq socket: %s\n", strerror(errno));
         return -1;
     }
-    const descriptor owner(socket_fd);
     for (int exchange = 0; exchange < EXCHANGES; ++exchange) {
         if (exchange > 0)
             usleep(PAUSE_US);
-        if (nodeq_send_request(socket_fd) < 0) {
+        if (nodeq_send_request(opened.fd) < 0) {
             printf("ERROR: nodeq detection failed: %s\n", strerror(errno));
             return -2;
         }
-        nodeq_collect_answers(devices, socket_fd);
+        nodeq_collect_answers(devices, opened.fd);
     }
     return 0;
 }
 
 int nodeq_open_socket()
 {
-    descriptor owner(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
-    if (owner.fd < 0)
+    descriptor opened(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+    if (opened.fd < 0)
         return -1;
     const int on = 1;
     int failure = 0;
-    if (setsockopt(owner.fd, SOL_SOCKET, SO_BROADCAST, &on, sizeof on) != 0)
+    if (setsockopt(opened.fd, SOL_SOCKET, SO_BROADCAST, &on, sizeof on) != 0)
         failure = -2;
-    const struct sockaddr_in any = ipv4_address(INADDR_ANY, 0);
+    const struct sockaddr_in any = ipv4_socket_address({htonl(INADDR_ANY)}, 0);
     if (failure == 0 &&
-        bind(owner.fd, reinterpret_cast<const struct sockaddr *>(&any), sizeof any) != 0)
+        bind(opened.fd, reinterpret_cast<const struct sockaddr *>(&any), sizeof any) != 0)
         failure = -3;
     if (failure != 0) {
         const int reason = errno;
-        owner.reset();
+        opened.reset();
         errno = reason;
         return failure;
     }
-    enlarge_receive_buffer(owner.fd);
-    return owner.release();
+    enlarge_receive_buffer(opened.fd);
+    return opened.release();
 }
 
 int nodeq_send_request(int socket_fd)
@@ -103,7 +93,7 @@ int nodeq_send_request(int socket_fd)
         return -1;
     uint8_t request[NODEQ_REQUEST_SIZE];
     nodeq_build_request(request);
-    const struct sockaddr_in everybody = ipv4_address(INADDR_BROADCAST, NODEQ_PORT);
+    const struct sockaddr_in everybody = ipv4_socket_address({htonl(INADDR_BROADCAST)}, NODEQ_PORT);
     return send_everywhere(socket_fd, plan_broadcast(), [&] {
         return static_cast<int>(sendto(socket_fd, request, sizeof request, 0,
                                        reinterpret_cast<const struct sockaddr *>(&everybody),

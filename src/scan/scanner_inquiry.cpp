@@ -24,11 +24,12 @@ int connect_ipv6(const char *ip)
     // No host name holds a ":": such a text is an address or nothing, and no name server is asked.
     if (inet_pton(AF_INET6, ip, &address.sin6_addr) <= 0)
         return -1;
-    descriptor owner(socket(AF_INET6, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    if (owner.fd < 0 ||
-        connect(owner.fd, reinterpret_cast<const struct sockaddr *>(&address), sizeof address) != 0)
+    descriptor connection(socket(AF_INET6, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    if (connection.fd < 0 ||
+        connect(connection.fd, reinterpret_cast<const struct sockaddr *>(&address),
+                sizeof address) != 0)
         return -1;
-    return owner.release();
+    return connection.release();
 }
 
 } // namespace
@@ -36,15 +37,15 @@ int connect_ipv6(const char *ip)
 int scanner_inquiry(const char *ip, uint8_t *block, size_t, int debug_level)
 {
     const bool ipv6 = strchr(ip, ':') != nullptr;
-    const descriptor owner(ipv6 ? connect_ipv6(ip)
-                                : tcp_connect_timeout(ip, INQUIRY_PORT, debug_level));
-    if (owner.fd < 0)
+    const descriptor connection(ipv6 ? connect_ipv6(ip)
+                                     : tcp_connect_timeout(ip, INQUIRY_PORT, debug_level));
+    if (connection.fd < 0)
         return 0;
     // The connection may have been refused meanwhile: that shows in the wait, not as a signal.
-    send(owner.fd, INQUIRY_COMMAND, sizeof INQUIRY_COMMAND, MSG_NOSIGNAL);
-    if (wait_with_times(owner.fd, POLLIN, "recv", debug_level) == 0)
+    send(connection.fd, INQUIRY_COMMAND, sizeof INQUIRY_COMMAND, MSG_NOSIGNAL);
+    if (wait_with_times(connection.fd, POLLIN, "recv", debug_level) == 0)
         return 0;
-    const ssize_t received = read(owner.fd, block, SCAN_BLOCK_SIZE);
+    const ssize_t received = read(connection.fd, block, SCAN_BLOCK_SIZE);
     if (received != static_cast<ssize_t>(SCAN_BLOCK_SIZE))
         return 0;
     return block[0] == SCAN_BLOCK_TAG ? 1 : 0;

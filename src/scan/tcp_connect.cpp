@@ -2,6 +2,7 @@
 #include "scan/tcp_connect.h"
 
 #include "io/resolve.h"
+#include "io/socket.h"
 #include "io/stream.h"
 #include "io/wait.h"
 #include "log/timestamp.h"
@@ -25,11 +26,10 @@ constexpr int TIMES_DEBUG_LEVEL = 5;
 /// Resolves the host. Returns 0, or -1 when it is neither an address nor a name that resolves.
 int find_address(const char *host, uint16_t port, struct sockaddr_in *address)
 {
-    *address = {};
-    address->sin_family = AF_INET;
-    address->sin_port = htons(port);
-    if (inet_aton(host, &address->sin_addr) == 0 && resolve_ipv4(host, &address->sin_addr) != 0)
+    struct in_addr found = {};
+    if (inet_aton(host, &found) == 0 && resolve_ipv4(host, &found) != 0)
         return -1;
+    *address = ipv4_socket_address(found, port);
     return 0;
 }
 
@@ -79,13 +79,13 @@ int tcp_connect_timeout(const char *host, uint16_t port, int debug_level)
     struct sockaddr_in address = {};
     if (find_address(host, port, &address) != 0)
         return -1;
-    descriptor owner(open_socket());
-    if (owner.fd < 0)
+    descriptor connection(open_socket());
+    if (connection.fd < 0)
         return -2;
-    if (begin_connection(owner.fd, address) != 0 &&
-        wait_with_times(owner.fd, POLLOUT, "open", debug_level) == 0)
+    if (begin_connection(connection.fd, address) != 0 &&
+        wait_with_times(connection.fd, POLLOUT, "open", debug_level) == 0)
         return -3;
-    return owner.release();
+    return connection.release();
 }
 
 int wait_with_times(int socket_fd, short events, const char *what, int debug_level)
@@ -103,13 +103,13 @@ int probe_reachable(const char *ip, uint16_t port, int debug_level)
     struct sockaddr_in address = {};
     if (find_address(ip, port, &address) != 0)
         return 0;
-    const descriptor owner(open_socket());
-    if (owner.fd < 0)
+    const descriptor connection(open_socket());
+    if (connection.fd < 0)
         return 0;
-    if (begin_connection(owner.fd, address) == 0)
+    if (begin_connection(connection.fd, address) == 0)
         return 1;
     print_time("before", "open", debug_level);
-    const int reachable = wait_for_attempts(owner.fd, address);
+    const int reachable = wait_for_attempts(connection.fd, address);
     print_time(" after", "open", debug_level);
     return reachable;
 }

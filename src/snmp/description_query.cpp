@@ -163,8 +163,8 @@ void getdesc_query(getdesc_answers *answers, const char *ip, bool quick, const c
                    const char *second_oid, const char *third_oid)
 {
     clear_answers(answers);
-    const snmp_session_owner owner(open_device_session(answers, ip));
-    if (owner.session == nullptr) {
+    const snmp_session_owner opened(open_device_session(answers, ip));
+    if (opened.session == nullptr) {
         // The system's text for this error speaks of files.
         const char *reason = errno == ENAMETOOLONG ? "Address too long" : strerror(errno);
         printf("# ERROR: snmp_open failed [getdesc], %s\n", reason);
@@ -176,11 +176,11 @@ void getdesc_query(getdesc_answers *answers, const char *ip, bool quick, const c
         if (object != nullptr)
             objects[count++] = object;
     }
-    if (snmp_send_get(owner.session, objects, count) == 0) {
+    if (snmp_send_get(opened.session, objects, count) == 0) {
         printf("# ERROR: snmp_send failed [getdesc], %s\n", strerror(errno));
         return;
     }
-    wait_for_answers(owner.session, quick, answers, objects, count);
+    wait_for_answers(opened.session, quick, answers, objects, count);
 }
 
 int on_snmp_response(int operation, netsnmp_session *session, int, netsnmp_pdu *pdu, void *context)

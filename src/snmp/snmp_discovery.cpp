@@ -67,24 +67,24 @@ void do_one_poll(device_list *devices, const char *target, bool ipv6)
     snmp_set_up_library("discovery_test");
     const egress_plan plan = ipv6 ? plan_multicast() : plan_broadcast();
     discovery_context context = {devices, ipv6 && plan.interfaces.size() > 1};
-    const snmp_session_owner owner(snmp_open_session(target, ipv6, discovery_response, &context));
-    if (owner.session == nullptr) {
+    const snmp_session_owner opened(snmp_open_session(target, ipv6, discovery_response, &context));
+    if (opened.session == nullptr) {
         printf("# ERROR: snmp_open(\"%s\") failed, %s\n", target, strerror(errno));
         return;
     }
-    const int socket_fd = session_socket(owner.session);
+    const int socket_fd = session_socket(opened.session);
     if (socket_fd >= 0)
         prepare_socket(socket_fd);
-    snmp_send_everywhere(owner.session, plan);
+    snmp_send_everywhere(opened.session, plan);
     log_trace("snmp_send\n");
     const char *const objects[] = {IDENTIFICATION_OID};
-    if (snmp_send_get(owner.session, objects, 1) == 0) {
+    if (snmp_send_get(opened.session, objects, 1) == 0) {
         const char *reason = strerror(errno);
         log_trace("snmp_send failed: <%s>\n", reason);
         printf("# ERROR: snmp_send failed, %s\n", reason);
         return;
     }
-    collect_answers(owner.session);
+    collect_answers(opened.session);
 }
 
 void record_printer(device_list *devices, const char *ip, const char *value, const char *model,

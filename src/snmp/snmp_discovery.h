@@ -24,5 +24,5 @@ int discover_using_netsnmp(device_list *devices, const char *target);
 int discovery_response(int operation, snmp_session *session, int request_id, snmp_pdu *pdu,
                        void *context);
 
-/// Logs a line a variable.
+/// Logs one line per variable.
 void trace_variables(const variable_list *variables);
