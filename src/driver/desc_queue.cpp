@@ -7,12 +7,13 @@
 
 desc_request *desc_queue_add(desc_queue *queue, const char *ip, int scanner)
 {
-    for (list_node *node = *queue; node != nullptr; node = node->next) {
-        auto *entry = static_cast<desc_request *>(node->data);
+    list_node **link = queue;
+    for (; *link != nullptr; link = &(*link)->next) {
+        auto *entry = static_cast<desc_request *>((*link)->data);
         if (strcmp(entry->ip, ip) == 0)
             return entry;
     }
-    auto *entry = static_cast<desc_request *>(list_append_zeroed(queue, sizeof(desc_request)));
+    auto *entry = static_cast<desc_request *>(list_append_zeroed(link, sizeof(desc_request)));
     if (entry == nullptr)
         return nullptr;
     safe_strncpy(entry->ip, ip, sizeof entry->ip);

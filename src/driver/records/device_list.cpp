@@ -7,12 +7,14 @@
 
 device_record *device_list_find_or_add(device_list *list, const char *ip)
 {
-    for (list_node *node = *list; node != nullptr; node = node->next) {
-        auto *record = static_cast<device_record *>(node->data);
+    list_node **link = list;
+    for (; *link != nullptr; link = &(*link)->next) {
+        auto *record = static_cast<device_record *>((*link)->data);
         if (strcmp(record->ip, ip) == 0)
             return record;
     }
-    auto *record = static_cast<device_record *>(list_append_zeroed(list, sizeof(device_record)));
+    // Appended to the end that the walk has reached, the list is walked once.
+    auto *record = static_cast<device_record *>(list_append_zeroed(link, sizeof(device_record)));
     if (record != nullptr)
         safe_strncpy(record->ip, ip, sizeof record->ip);
     return record;
