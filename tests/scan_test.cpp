@@ -32,7 +32,7 @@ struct listener {
         address.sin_family = AF_INET;
         inet_aton(HOST, &address.sin_addr);
         socklen_t size = sizeof address;
-        bind(owner.fd, reinterpret_cast<struct sockaddr *>(&address), size);
+        EXPECT_EQ(bind(owner.fd, reinterpret_cast<struct sockaddr *>(&address), size), 0);
         getsockname(owner.fd, reinterpret_cast<struct sockaddr *>(&address), &size);
         port = ntohs(address.sin_port);
         listen(owner.fd, queue);
