@@ -1,0 +1,86 @@
+// Fuzzes the parent's reading of its children's lines, up to the report. An input is a byte whose
+// lowest bit asks for scanners, and the output of one child after another, each ended by "|".
+#include "config/text.h"
+#include "driver/merge_loop.h"
+#include "driver/report.h"
+#include "printed_line.h"
+
+#include <algorithm>
+#include <sys/mman.h>
+#include <unistd.h>
+
+namespace
+{
+
+/// A stream that brings `output` and its end, as a child's pipe does.
+FILE *stream_of(std::string_view output)
+{
+    const int fd = memfd_create("output", MFD_CLOEXEC);
+    require(pwrite(fd, output.data(), output.size(), 0) == static_cast<ssize_t>(output.size()),
+            "a file in memory", "");
+    return fdopen(fd, "r");
+}
+
+/// The line is one device's, and its last text lies between the last two quotes.
+void require_device_line(std::string_view line)
+{
+    require_one_clean_line(line);
+    constexpr std::string_view DSC_LABEL = " dsc: \"";
+    require(line.substr(0, 4) == "ip: " && line[line.size() - 2] == '"', "a device", line);
+    const size_t label = line.rfind(DSC_LABEL, line.size() - 2 - DSC_LABEL.size());
+    require(label != std::string_view::npos &&
+                line.find('"', label + DSC_LABEL.size()) == line.size() - 2,
+            "a text between two quotes at the end", line);
+}
+
+void require_report(std::string_view report, bool scanner)
+{
+    size_t devices = 0;
+    while (!report.empty()) {
+        const size_t length = report.find('\n') + 1;
+        const std::string_view line = report.substr(0, length);
+        report.remove_prefix(length);
+        if (line[0] == '#')
+            continue;
+        const bool hex = line.find_first_not_of("0123456789abcdef \n") == std::string_view::npos;
+        require(!hex || (scanner && devices > 0 && length <= 48), "a block's line", line);
+        if (!hex) {
+            require_device_line(line);
+            ++devices;
+        }
+    }
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+{
+    std::string_view rest(reinterpret_cast<const char *>(data), size);
+    const bool scanner = !rest.empty() && (rest[0] & 1) != 0;
+    rest.remove_prefix(rest.empty() ? 0 : 1);
+    device_list devices = nullptr;
+    desc_queue queue = nullptr;
+    static child_slot slots[CHILD_SLOT_COUNT];
+    const merge_target target = {&devices, &queue, slots, scanner ? 1 : 0, 0};
+    // SNMP children's lines would start further children: theirs come last, of any output.
+    for (const int slot : {2, 3, 4, 5, 6}) {
+        const size_t length = rest.find('|');
+        slots[slot].stream = stream_of(rest.substr(0, length));
+        slots[slot].pending_length = 0;
+        slots[slot].at_end = 0;
+        safe_strncpy(slots[slot].target_ip, "10.0.0.1", IP_SIZE);
+        rest.remove_prefix(length == std::string_view::npos ? rest.size() : length + 1);
+    }
+    merge_child_output(&target, "", false);
+    while (!rest.empty()) {
+        const size_t length = std::min({rest.find('\n'), rest.size() - 1, PIPE_LINE_SIZE - 2}) + 1;
+        for (const int slot : {0, FIRST_DESC_SLOT})
+            hand_over(target, std::string(rest.substr(0, length)), slot);
+        rest.remove_prefix(length);
+    }
+    finish_descriptions(&devices);
+    require_report(printed([&] { print_report(devices, 0, scanner ? 1 : 0); }), scanner);
+    list_free(&devices);
+    list_free(&queue);
+    return 0;
+}
