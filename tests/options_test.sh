@@ -8,7 +8,7 @@ cd "$SOURCE"
 options() { grep -oE -- '--?[A-Za-z0-9]+' | sed -E 's/^(-[A-Za-z])[A-Z]+$/\1/' | sort -u; }
 
 # The manual and the completion are ahead of the program by these.
-ahead='--help --quick --version -h'
+ahead='--help --version -h'
 program=$({
     echo "$ahead"
     grep -oE '"--?[A-Za-z0-9]+"' src/driver/command_line.cpp
