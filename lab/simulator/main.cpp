@@ -143,8 +143,7 @@ static void run(const fleet &devices, int end_signal)
         const size_t first_tcp = waited.size();
         tcp_add_waited(waited);
         const int64_t wait_us = shorter_wait(send_queue_wait_us(), tcp_wait_us());
-        const timespec timeout = {wait_us / MICROSECONDS_PER_SECOND,
-                                  wait_us % MICROSECONDS_PER_SECOND * 1000};
+        const timespec timeout = timespec_of(wait_us);
         ppoll(waited.data(), waited.size(), wait_us < 0 ? nullptr : &timeout, nullptr);
         ended = ending;
         ending = waited[0].revents != 0;

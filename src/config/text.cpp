@@ -82,5 +82,5 @@ char *str_toupper_static(const char *source)
 
 int decimal_value(const char *text)
 {
-    return static_cast<int32_t>(strtol(text, nullptr, 10));
+    return static_cast<int32_t>(strtoll(text, nullptr, 10));
 }

@@ -33,5 +33,6 @@ char *str_tolower_static(const char *source);
 /// `str_toupper` into a shared buffer of 1024 bytes, overwritten by the next call.
 char *str_toupper_static(const char *source);
 
-/// Reads a decimal number as `strtol` does (0 when there are no digits) and keeps its low 32 bits.
+/// Reads a decimal number as a 64-bit `strtol` does (0 when there are no digits) and keeps its
+/// low 32 bits.
 int decimal_value(const char *text);

@@ -2,12 +2,16 @@
 #pragma once
 
 #include <cstdint>
+#include <ctime>
 
 constexpr int64_t MICROSECONDS_PER_MILLISECOND = 1000;
 constexpr int64_t MICROSECONDS_PER_SECOND = 1000000;
 
 /// Microseconds on a clock that no change of the system time moves.
 int64_t monotonic_us();
+
+/// The form in which the system takes a wait of 0 and more microseconds.
+struct timespec timespec_of(int64_t us);
 
 /// Waits at most `timeout_us` microseconds (0 or less: not at all) until `fd` shows one of
 /// `events` (POLLIN, POLLOUT) or is closed or broken, so that the next read or write returns at
