@@ -7,19 +7,6 @@
 #include <cstring>
 #include <netinet/in.h>
 
-namespace
-{
-
-/// A device with another interface identifier on the network of an IPv6 address.
-void add_neighbour(device_list *devices, const char *address)
-{
-    char neighbour[INET6_ADDRSTRLEN];
-    combine_ipv6_address(neighbour, sizeof neighbour, address, "::5:1");
-    add_derived_record(neighbour, "Model", "Maker", {1, 1, 0, 0}, devices);
-}
-
-} // namespace
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     constexpr int SNMP6_SLOT = 1;
@@ -27,15 +14,15 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     device_list devices = nullptr;
     enumerate_interfaces_from(&interfaces, input_file(data, size));
     for (const list_node *node = interfaces; node != nullptr; node = node->next) {
-        const auto *interface = static_cast<const netinterface_info *>(node->data);
-        require(strnlen(interface->name, sizeof interface->name) < sizeof interface->name &&
-                    strnlen(interface->inet_addr, INTERFACE_ADDRESS_SIZE) <
-                        INTERFACE_ADDRESS_SIZE &&
-                    strnlen(interface->bcast_addr, INTERFACE_ADDRESS_SIZE) < INTERFACE_ADDRESS_SIZE,
-                "terminated texts", "");
-        for (const char *address :
-             {interface->inet6_link_addr, interface->inet6_site_addr, interface->inet6_global_addr})
-            add_neighbour(&devices, address);
+        const auto *found = static_cast<const netinterface_info *>(node->data);
+        require(memchr(found->name, '\0', sizeof found->name) != nullptr, "a terminated name");
+        for (const auto *address : {&found->inet_addr, &found->bcast_addr, &found->inet6_link_addr,
+                                    &found->inet6_site_addr, &found->inet6_global_addr}) {
+            require(memchr(*address, '\0', sizeof *address) != nullptr, "a terminated address");
+            char neighbour[INET6_ADDRSTRLEN];
+            combine_ipv6_address(neighbour, sizeof neighbour, *address, "::5:1");
+            add_derived_record(neighbour, "Model", "Maker", {1, 1, 0, 0}, &devices);
+        }
     }
     derive_ipv6_addresses_on(&devices, interfaces);
     for (const list_node *node = devices; node != nullptr; node = node->next) {

@@ -18,7 +18,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
                            &scratch);
         require(memchr(scratch.nodeq_text_a, '\0', NODEQ_TEXT_SIZE) != nullptr &&
                     memchr(scratch.nodeq_text_b, '\0', NODEQ_TEXT_SIZE) != nullptr,
-                "terminated texts", "");
+                "terminated texts");
         nodeq_merge_answer(device_list_find_or_add(&devices, scratch.ip), &scratch);
     }
     carry_to_report(&devices, NODEQ_SLOT);

@@ -1,5 +1,5 @@
 // What a fuzz target's devices become: the lines of the child that heard them, and the report of
-// the parent that reads those. Whatever the bytes, a reader of either finds the same fields.
+// the parent that reads those. Whatever the bytes, both keep to their grammar.
 #pragma once
 
 #include "driver/lines.h"
@@ -8,23 +8,63 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <regex.h>
 #include <set>
+#include <sstream>
 #include <string>
-#include <string_view>
 #include <vector>
 
 /// Ends the run, which shows the input at fault, unless the rule holds.
-inline void require(bool holds, const char *rule, std::string_view text)
+inline void require(bool holds, const char *rule, const std::string &text = "")
 {
     if (holds)
         return;
-    fprintf(stderr, "broken: %s: <%.*s>\n", rule, static_cast<int>(text.size()), text.data());
+    fprintf(stderr, "broken: %s: <%s>\n", rule, text.c_str());
     abort();
 }
 
-/// Returns what `print` writes on standard output.
+/// An extended regular expression.
+struct line_pattern {
+    std::string text;
+    regex_t compiled = {};
+
+    explicit line_pattern(const std::string &expression) : text(expression)
+    {
+        require(regcomp(&compiled, text.c_str(), REG_EXTENDED) == 0, "a pattern", text);
+    }
+    line_pattern(const line_pattern &) = delete;
+    line_pattern &operator=(const line_pattern &) = delete;
+    ~line_pattern()
+    {
+        regfree(&compiled);
+    }
+};
+
+inline const std::string LINE_NUMBERS =
+    " slp: [01](,[01]){3} snmp: [0-9]{1,3}(,[0-9]{1,3}){2} vendor: ";
+
+/// A child's texts are what devices say, quotes included: the description ends with the line.
+inline const line_pattern CHILD_LINE("^ip: ([^ [:cntrl:]]*)[^[:cntrl:]]*" + LINE_NUMBERS +
+                                     "[^[:cntrl:]]* dsc: \"[^[:cntrl:]]*\"$");
+
+/// In the report address and vendor are one word and no quote is within the description, so that
+/// whoever reads from the left finds each field.
+inline const line_pattern REPORT_LINE("^ip: ([^ [:cntrl:]]*) *" + LINE_NUMBERS +
+                                      "[^ [:cntrl:]]* dsc: \"[^\"[:cntrl:]]*\"$");
+
+/// Returns what the pattern's first group matches in the line, which must match.
+inline std::string matched(const line_pattern &pattern, const std::string &line)
+{
+    regmatch_t groups[2];
+    require(regexec(&pattern.compiled, line.c_str(), 2, groups, 0) == 0, pattern.text.c_str(),
+            line);
+    return {line, static_cast<size_t>(groups[1].rm_so),
+            static_cast<size_t>(groups[1].rm_eo - groups[1].rm_so)};
+}
+
+/// Returns the lines that `print` writes on standard output.
 template<typename Print>
-std::string printed(Print print)
+std::vector<std::string> printed(Print print)
 {
     char *text = nullptr;
     size_t size = 0;
@@ -33,107 +73,53 @@ std::string printed(Print print)
     print();
     fclose(stdout);
     stdout = standard_output;
-    std::string result(text, size);
+    std::istringstream stream(std::string(text, size));
     free(text);
-    return result;
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(stream, line);)
+        lines.push_back(line);
+    return lines;
 }
 
-inline void require_one_clean_line(std::string_view line)
+inline void print_devices(device_list devices)
 {
-    require(line.find('\n') + 1 == line.size(), "one line", line);
-    for (const char c : line.substr(0, line.size() - 1)) {
-        const auto byte = static_cast<unsigned char>(c);
-        require(byte >= 0x20 && byte != 0x7f, "no control byte", line);
-    }
-}
-
-/// Takes the text before the first `end` off the line's front, and `end` with it.
-inline std::string_view take_until(std::string_view *line, std::string_view end)
-{
-    const size_t length = line->find(end);
-    require(length != std::string_view::npos, end.data(), *line);
-    const std::string_view text = line->substr(0, length);
-    line->remove_prefix(length + end.size());
-    return text;
-}
-
-inline void require_numbers(std::string_view text, int count)
-{
-    for (int i = 0; i < count; ++i) {
-        const std::string_view number = i + 1 < count ? take_until(&text, ",") : text;
-        require(!number.empty() && number.size() <= 3 &&
-                    number.find_first_not_of("0123456789") == std::string_view::npos,
-                "small numbers", number);
-    }
-}
-
-struct line_texts {
-    std::string ip, vendor, dsc;
-};
-
-/// Reads a device line. A description may hold quotes in a child's line: it ends with the line.
-inline line_texts read_printed_line(std::string_view line)
-{
-    require_one_clean_line(line);
-    require(take_until(&line, "ip: ").empty(), "begins with the address", line);
-    std::string_view ip = take_until(&line, " slp: ");
-    ip = ip.substr(0, ip.find_last_not_of(' ') + 1);
-    require_numbers(take_until(&line, " snmp: "), 4);
-    require_numbers(take_until(&line, " vendor: "), 3);
-    const std::string_view vendor = take_until(&line, " dsc: \"");
-    require(line.size() >= 2 && line.substr(line.size() - 2) == "\"\n", "ends with a quote", line);
-    return {std::string(ip), std::string(vendor), std::string(line.substr(0, line.size() - 2))};
-}
-
-/// Prints each device's line and reads it again.
-inline std::vector<line_texts> read_report(device_list devices, std::vector<std::string> *lines)
-{
-    std::vector<line_texts> report;
-    for (const list_node *node = devices; node != nullptr; node = node->next) {
-        lines->push_back(
-            printed([&] { print_device_line(static_cast<const device_record *>(node->data)); }));
-        report.push_back(read_printed_line(lines->back()));
-    }
-    return report;
+    for (const list_node *node = devices; node != nullptr; node = node->next)
+        print_device_line(static_cast<const device_record *>(node->data));
 }
 
 /// Hands a line to the parent as it comes through the pipe, in memory of its own length.
 inline void hand_over(const merge_target &target, const std::string &line, int slot)
 {
-    require(line.size() < PIPE_LINE_SIZE, "fits the pipe", line);
+    require(line.size() < PIPE_LINE_SIZE, "a line that fits", line);
     std::vector<char> buffer(line.c_str(), line.c_str() + line.size() + 1);
     merge_line(&target, buffer.data(), slot);
 }
 
 /// Carries the devices that the child of a slot heard through to the parent's report and frees
-/// them. A description that is not empty is given to each of them by a description child. In the
-/// report address and vendor are one word and no quote is within the description, so that the
-/// quotes pair; no device is listed under an address that was not heard.
-inline void carry_to_report(device_list *heard, int slot, const char *description = "")
+/// them. A description that is not empty is given to each of them by a description child. No
+/// device is listed under an address that was not heard.
+inline void carry_to_report(device_list *heard, int slot, const std::string &description = "")
 {
     device_list listed = nullptr;
     desc_queue queue = nullptr;
-    child_slot slots[CHILD_SLOT_COUNT] = {};
+    static child_slot slots[CHILD_SLOT_COUNT];
     const merge_target target = {&listed, &queue, slots, 0, 0};
-    std::vector<std::string> lines;
     std::set<std::string> known;
-    for (const line_texts &device : read_report(*heard, &lines))
-        known.insert(device.ip.substr(0, device.ip.find(' ')));
-    for (const std::string &line : lines)
-        hand_over(target, line, slot);
+    for (const std::string &line : printed([&] { print_devices(*heard); })) {
+        known.insert(matched(CHILD_LINE, line));
+        hand_over(target, line + "\n", slot);
+    }
     for (const std::string &ip : known) {
-        if (description[0] == '\0')
+        if (description.empty())
             break;
-        const std::string line = printed([&] { print_description_line(ip.c_str(), description); });
-        require_one_clean_line(line);
-        hand_over(target, line, FIRST_DESC_SLOT);
+        const auto lines =
+            printed([&] { print_description_line(ip.c_str(), description.c_str()); });
+        require(lines.size() == 1, "one line", description);
+        hand_over(target, lines[0] + "\n", FIRST_DESC_SLOT);
     }
     finish_descriptions(&listed);
-    for (const line_texts &device : read_report(listed, &lines)) {
-        require(known.count(device.ip) == 1, "an address that was heard", device.ip);
-        require(device.vendor.find(' ') == std::string::npos, "one word", device.vendor);
-        require(device.dsc.find('"') == std::string::npos, "no quote within", device.dsc);
-    }
+    for (const std::string &line : printed([&] { print_devices(listed); }))
+        require(known.count(matched(REPORT_LINE, line)) == 1, "an address that was heard", line);
     list_free(&listed);
     list_free(&queue);
     list_free(heard);

@@ -41,17 +41,17 @@ void set_peer(netsnmp_pdu *pdu, bool ipv6)
 }
 
 /// Composes what a description child prints of the answers.
-std::string describe(getdesc_answers *answers)
+std::string describe(const getdesc_answers &answers)
 {
     char vendor[256] = "";
     char model[256] = "";
     char output[DSC_SIZE] = "";
-    if (answers->device_id_value[0] != '\0') {
-        extract_key_value(answers->device_id_value, "MFG:", vendor, sizeof vendor);
-        extract_key_value(answers->device_id_value, "MDL:", model, sizeof model);
+    if (answers.device_id_value[0] != '\0') {
+        extract_key_value(answers.device_id_value, "MFG:", vendor, sizeof vendor);
+        extract_key_value(answers.device_id_value, "MDL:", model, sizeof model);
     } else {
-        safe_strncpy(model, answers->model_name_value, sizeof model);
-        safe_strncpy(vendor, answers->printer_mib_value, sizeof vendor);
+        safe_strncpy(model, answers.model_name_value, sizeof model);
+        safe_strncpy(vendor, answers.printer_mib_value, sizeof vendor);
     }
     compose_description(vendor, model, output, sizeof output);
     return output;
@@ -62,7 +62,7 @@ std::string describe(getdesc_answers *answers)
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     static netsnmp_session *const session = open_session();
-    require(session != nullptr, "a session", "");
+    require(session != nullptr, "a session");
     if (size < 2)
         return 0;
     const bool ipv6 = data[0] != 0;
@@ -79,7 +79,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         printed([&] {
             on_snmp_response(NETSNMP_CALLBACK_OP_RECEIVED_MESSAGE, session, 1, pdu, &answers);
         });
-        carry_to_report(&devices, ipv6 ? 1 : 0, describe(&answers).c_str());
+        carry_to_report(&devices, ipv6 ? 1 : 0, describe(answers));
     }
     snmp_free_pdu(pdu);
     return 0;
