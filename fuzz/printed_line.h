@@ -38,7 +38,23 @@ struct line_pattern {
     {
         regfree(&compiled);
     }
+
+    bool matches(const std::string &line) const
+    {
+        return regexec(&compiled, line.c_str(), 0, nullptr, 0) == 0;
+    }
 };
+
+/// No control byte, neither by itself nor in an 8-bit character set: bytes from 0x80 to 0x9F stand
+/// in UTF-8 only.
+inline const line_pattern NO_CONTROL_BYTES(
+    "^([\x20-\x7e\xa0-\xff]|[\xc2-\xdf][\x80-\xbf]|\xe0[\xa0-\xbf][\x80-\xbf]|"
+    "[\xe1-\xec\xee\xef][\x80-\xbf]{2}|\xed[\x80-\x9f][\x80-\xbf]|\xf0[\x90-\xbf][\x80-\xbf]{2}|"
+    "[\xf1-\xf3][\x80-\xbf]{3}|\xf4[\x80-\x8f][\x80-\xbf]{2})*$");
+
+/// What must not stand in UTF-8: control characters, separators of lines, marks of direction.
+inline const line_pattern
+    CONTROL_CHARACTER("\xc2[\x80-\x9f]|\xe2\x80[\xa8-\xae]|\xe2\x81[\xa6-\xa9]");
 
 inline const std::string LINE_NUMBERS =
     " slp: [01](,[01]){3} snmp: [0-9]{1,3}(,[0-9]{1,3}){2} vendor: ";
@@ -55,6 +71,7 @@ inline const line_pattern REPORT_LINE("^ip: ([^ [:cntrl:]]*) *" + LINE_NUMBERS +
 /// Returns what the pattern's first group matches in the line, which must match.
 inline std::string matched(const line_pattern &pattern, const std::string &line)
 {
+    require(NO_CONTROL_BYTES.matches(line) && !CONTROL_CHARACTER.matches(line), "plain text", line);
     regmatch_t groups[2];
     require(regexec(&pattern.compiled, line.c_str(), 2, groups, 0) == 0, pattern.text.c_str(),
             line);
