@@ -31,7 +31,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     if (!are_waits(read.da_discovery_timeouts) || !are_waits(read.multicast_timeouts) ||
         !are_names(read.da_addresses) || !are_names(read.interfaces) || read.multicast_ttl < 1 ||
         read.multicast_ttl > 255 || read.mtu < 128 || read.mtu > 65535 || read.max_results < 1 ||
-        read.max_results > SLP_RESULTS_MAX || read.da_discovery_maximum_wait < 1 ||
+        read.max_results > SLP_RESULTS_MAX || read.da_discovery_maximum_wait < 0 ||
         read.multicast_maximum_wait < 1)
         abort();
     slp_request request;

@@ -1,6 +1,7 @@
 // The multicast convergence of RFC 2608, 6.3.
 #include "slp/agent/convergence.h"
 
+#include "io/socket.h"
 #include "io/stream.h"
 #include "io/wait.h"
 #include "slp/agent/interfaces.h"
@@ -79,7 +80,7 @@ struct sockaddr_in group_address(const slp_settings &settings)
               settings.properties.is_broadcast_only ? settings.broadcast_address
                                                     : settings.multicast_group,
               &address);
-    return slp_socket_address(address, settings.port);
+    return ipv4_socket_address(address, settings.port);
 }
 
 /// Waits of the search, cut to its maximum: the first is shortened to it, later ones are left out.

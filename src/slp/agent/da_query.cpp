@@ -1,6 +1,7 @@
 // The questions to one directory agent: by UDP, and by TCP when a datagram is too small.
 #include "slp/agent/da_query.h"
 
+#include "io/socket.h"
 #include "io/stream.h"
 #include "io/wait.h"
 #include "slp/agent/convergence.h"
@@ -121,7 +122,7 @@ int slp_query_directory_agent(const slp_settings &settings, const slp_request &r
                               std::string_view wanted, int64_t deadline_us,
                               slp_directory_agent *agent, slp_results *results)
 {
-    const struct sockaddr_in address = slp_socket_address(agent->address, settings.port);
+    const struct sockaddr_in address = ipv4_socket_address(agent->address, settings.port);
     // No scopes: an agent of any shall answer, for it is its advert that tells which.
     agent_query query = {request, slp_directory_agent_request(request, ""),     deadline_us, agent,
                          results, descriptor(slp_open_unicast_socket(address)), {}};
@@ -137,7 +138,7 @@ int slp_query_directory_agent(const slp_settings &settings, const slp_request &r
 int slp_query_over_tcp(const slp_settings &settings, const slp_request &request,
                        struct in_addr agent, int64_t deadline_us, slp_results *results)
 {
-    const struct sockaddr_in address = slp_socket_address(agent, settings.port);
+    const struct sockaddr_in address = ipv4_socket_address(agent, settings.port);
     std::vector<uint8_t> reply;
     if (slp_exchange_over_tcp(address, slp_build_request(request, 0, {}), deadline_us, &reply) != 0)
         return -1;

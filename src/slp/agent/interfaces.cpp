@@ -1,21 +1,14 @@
 // The host's network interfaces that a search is sent over.
 #include "slp/agent/interfaces.h"
 
+#include "io/interface_addresses.h"
+
 #include <algorithm>
 #include <arpa/inet.h>
-#include <ifaddrs.h>
-#include <memory>
 #include <net/if.h>
 
 namespace
 {
-
-struct address_list_freer {
-    void operator()(struct ifaddrs *addresses) const
-    {
-        freeifaddrs(addresses);
-    }
-};
 
 bool is_wanted(const slp_properties &properties, unsigned flags, struct in_addr address)
 {
@@ -36,11 +29,8 @@ bool is_wanted(const slp_properties &properties, unsigned flags, struct in_addr 
 std::vector<slp_interface> slp_list_interfaces(const slp_properties &properties)
 {
     std::vector<slp_interface> interfaces;
-    struct ifaddrs *first = nullptr;
-    if (getifaddrs(&first) != 0)
-        return interfaces;
-    const std::unique_ptr<struct ifaddrs, address_list_freer> addresses(first);
-    for (const struct ifaddrs *entry = first; entry != nullptr; entry = entry->ifa_next) {
+    const interface_addresses addresses = list_interface_addresses();
+    for (const struct ifaddrs *entry = addresses.get(); entry != nullptr; entry = entry->ifa_next) {
         if (entry->ifa_addr == nullptr || entry->ifa_addr->sa_family != AF_INET)
             continue;
         const struct in_addr address =

@@ -79,15 +79,6 @@ int receive_all_by(int fd, size_t size, int64_t deadline_us, std::vector<uint8_t
 
 } // namespace
 
-struct sockaddr_in slp_socket_address(struct in_addr address, uint16_t port)
-{
-    struct sockaddr_in socket_address = {};
-    socket_address.sin_family = AF_INET;
-    socket_address.sin_port = htons(port);
-    socket_address.sin_addr = address;
-    return socket_address;
-}
-
 int slp_open_group_socket(int multicast_ttl)
 {
     descriptor opened(socket(AF_INET, SOCK_DGRAM | SOCKET_FLAGS, 0));

@@ -14,9 +14,6 @@ constexpr size_t SLP_DATAGRAM_SIZE_MAX = 65536;
 /// Longest message in bytes read over TCP: `SLP_RESULTS_MAX` URLs of usual length.
 constexpr size_t SLP_STREAM_MESSAGE_MAX = size_t{4} * 1024 * 1024;
 
-/// Returns the socket address of an IPv4 address and a port in host byte order.
-struct sockaddr_in slp_socket_address(struct in_addr address, uint16_t port);
-
 /// Opens the UDP socket of a search that many agents may answer, with a receive buffer for a
 /// burst of answers. Returns the descriptor, or -1 (`errno`).
 int slp_open_group_socket(int multicast_ttl);
