@@ -305,14 +305,6 @@ TEST(Parent, EndsQuietlyWhenItsReaderIsGone)
     EXPECT_EQ(result.err, "");
 }
 
-TEST(Parent, WaitsForItsChildrenWithoutWork)
-{
-    // A second of processor time is more than waiting takes.
-    const program_result result =
-        run_by_shell("ulimit -t 1; \"$@\"", "sleep 4; echo 'ip: 10.0.0.1 '");
-    EXPECT_EQ(line_count(result.out, "ip: 10.0.0.1 "), 1U) << result.status;
-}
-
 TEST(Parent, CountsSecondsFromItsStartOrTheLastMark)
 {
     const scripted_parent parent;

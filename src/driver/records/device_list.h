@@ -23,7 +23,7 @@ constexpr int32_t RECORD_NODEQ_COMPOSED = 1;
 /// One device. All texts are terminated within their width; a new record is all zero but `ip`.
 struct device_record {
     int32_t record_state; ///< 0 new, 1 nodeq description composed, 2 filled by SNMP discovery
-    char ip[IP_SIZE];     ///< the key of the list
+    char ip[IP_SIZE];     ///< the key of the list, padded with NULs
     uint8_t slp_detected;
     uint8_t slp_ipp;
     uint8_t slp_lpr;

@@ -1,4 +1,5 @@
-// The calls of the SLP API (RFC 2614): handles, arguments and codes.
+// The calls of the SLP API (RFC 2614): handles, arguments and codes. Their callers know no
+// exceptions: an agent without memory fails with a code.
 #include "slp/agent/slp.h"
 
 #include "slp/agent/agent.h"
@@ -37,7 +38,7 @@ struct in_use_mark {
 } // namespace
 
 SLPError SLPOpen(const char *pcLang, SLPBoolean isAsync, SLPHandle *phSLP)
-{
+try {
     if (phSLP == nullptr)
         return SLP_PARAMETER_BAD;
     *phSLP = nullptr;
@@ -50,6 +51,8 @@ SLPError SLPOpen(const char *pcLang, SLPBoolean isAsync, SLPHandle *phSLP)
     agent->language = is_given(pcLang) ? pcLang : DEFAULT_LANGUAGE;
     *phSLP = agent.release();
     return SLP_OK;
+} catch (const std::bad_alloc &) {
+    return SLP_MEMORY_ALLOC_FAILED;
 }
 
 void SLPClose(SLPHandle hSLP)
@@ -61,7 +64,7 @@ void SLPClose(SLPHandle hSLP)
 
 SLPError SLPFindSrvs(SLPHandle hSLP, const char *pcServiceType, const char *pcScopeList,
                      const char *pcSearchFilter, SLPSrvURLCallback callback, void *pvCookie)
-{
+try {
     auto *agent = static_cast<slp_agent *>(hSLP);
     if (agent == nullptr || !is_given(pcServiceType) || callback == nullptr)
         return SLP_PARAMETER_BAD;
@@ -81,4 +84,6 @@ SLPError SLPFindSrvs(SLPHandle hSLP, const char *pcServiceType, const char *pcSc
     if (code == SLP_OK && !results.refused)
         callback(hSLP, nullptr, 0, SLP_LAST_CALL, pvCookie);
     return code;
+} catch (const std::bad_alloc &) {
+    return SLP_MEMORY_ALLOC_FAILED;
 }
