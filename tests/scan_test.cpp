@@ -105,7 +105,7 @@ TEST(Probe, TakesASilentDeviceForUnreachable)
     EXPECT_EQ(occurrences(out, "\n"), 2U) << out;
 }
 
-TEST(Probe, TriesOnceMoreWhereTheFirstAttemptIsLost)
+TEST(Probe, TriesAgainWhereTheFirstAttemptIsLost)
 {
     const listener device(0);
     const descriptor first(tcp_connect_timeout(HOST, device.port, 0));

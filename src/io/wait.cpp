@@ -1,6 +1,7 @@
 // Bounded waits for descriptors, and the clock that they are measured by.
 #include "io/wait.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <poll.h>
 
@@ -20,17 +21,19 @@ struct timespec timespec_of(int64_t us)
 
 int wait_for(int fd, short events, int64_t timeout_us)
 {
-    return wait_for_either(fd, -1, events, timeout_us);
+    struct pollfd waited = {fd, events, 0};
+    return wait_for_any(&waited, 1, timeout_us);
 }
 
-int wait_for_either(int fd, int other_fd, short events, int64_t timeout_us)
+int wait_for_any(struct pollfd *waited, size_t count, int64_t timeout_us)
 {
     if (timeout_us < 0)
         timeout_us = 0;
-    struct pollfd waited[] = {{fd, events, 0}, {other_fd, events, 0}};
     const struct timespec timeout = timespec_of(timeout_us);
-    const int ready = ppoll(waited, 2, &timeout, nullptr);
-    if (ready > 0 && ((waited[0].revents | waited[1].revents) & POLLNVAL) != 0) {
+    const int ready = ppoll(waited, count, &timeout, nullptr);
+    if (ready > 0 && std::any_of(waited, waited + count, [](const struct pollfd &one) {
+            return (one.revents & POLLNVAL) != 0;
+        })) {
         errno = EBADF;
         return -1;
     }

@@ -1,8 +1,11 @@
 // Bounded waits for descriptors, and the clock that they are measured by.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <ctime>
+
+struct pollfd;
 
 constexpr int64_t MICROSECONDS_PER_MILLISECOND = 1000;
 constexpr int64_t MICROSECONDS_PER_SECOND = 1000000;
@@ -19,5 +22,6 @@ struct timespec timespec_of(int64_t us);
 /// Any descriptor number will do.
 int wait_for(int fd, short events, int64_t timeout_us);
 
-/// The same for two descriptors, either of which ends the wait; a negative one is passed over.
-int wait_for_either(int fd, int other_fd, short events, int64_t timeout_us);
+/// The same for `count` descriptors, each with its events: any of them ends the wait, and their
+/// `revents` are filled in. Negative ones are passed over.
+int wait_for_any(struct pollfd *waited, size_t count, int64_t timeout_us);

@@ -12,6 +12,7 @@
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
+#include <iterator>
 #include <netinet/in.h>
 #include <poll.h>
 #include <sys/socket.h>
@@ -20,8 +21,13 @@ namespace
 {
 
 constexpr int64_t WAIT_US = 200 * MICROSECONDS_PER_MILLISECOND;
-constexpr int64_t FIRST_ATTEMPT_US = WAIT_US / 2; ///< then a second one is made beside it
 constexpr int TIMES_DEBUG_LEVEL = 5;
+
+/// The system repeats a lost segment after a second only, so the probe makes attempts of its own,
+/// each beside those before it: the first alone until half of the time has passed. Where 5 % of
+/// the segments get lost, two attempts fail on one device in 100 and three on one in 1000.
+constexpr int64_t ATTEMPT_ENDS_US[] = {WAIT_US / 2, WAIT_US * 3 / 4, WAIT_US};
+constexpr size_t ATTEMPTS = std::size(ATTEMPT_ENDS_US);
 
 /// Resolves the host. Returns 0, or -1 when it is neither an address nor a name that resolves.
 int find_address(const char *host, uint16_t port, struct sockaddr_in *address)
@@ -54,22 +60,27 @@ void print_time(const char *when, const char *what, int debug_level)
         printf("# time %s select on %s is %s\n", when, what, timestamp_str());
 }
 
-/// Waits until the connection that has begun on the socket is answered or refused, or a second
-/// attempt is: the system itself repeats a lost segment after a second only. Returns 1 when one of
-/// them is, else 0.
+/// Waits until the attempt that has begun on the socket, or one of those made beside it, is
+/// answered or refused. Returns 1 when one is, else 0.
 int wait_for_attempts(int socket_fd, const struct sockaddr_in &address)
 {
-    const int64_t end = monotonic_us() + WAIT_US;
-    int ready = wait_for(socket_fd, POLLOUT, FIRST_ATTEMPT_US);
-    if (ready == 0) {
-        descriptor second(open_socket());
-        // What fails here and now tells nothing of the device.
-        if (second.fd >= 0 && begin_connection(second.fd, address) != 0 && errno != EINPROGRESS &&
-            errno != ECONNREFUSED)
-            second.reset();
-        ready = wait_for_either(socket_fd, second.fd, POLLOUT, end - monotonic_us());
+    const int64_t start = monotonic_us();
+    descriptor further[ATTEMPTS];
+    struct pollfd waited[ATTEMPTS] = {{socket_fd, POLLOUT, 0}};
+    for (size_t i = 0; i < ATTEMPTS; ++i) {
+        if (i > 0) {
+            further[i].reset(open_socket());
+            // What fails here and now tells nothing of the device.
+            if (further[i].fd >= 0 && begin_connection(further[i].fd, address) != 0 &&
+                errno != EINPROGRESS && errno != ECONNREFUSED)
+                further[i].reset();
+            waited[i] = {further[i].fd, POLLOUT, 0};
+        }
+        const int ready = wait_for_any(waited, i + 1, start + ATTEMPT_ENDS_US[i] - monotonic_us());
+        if (ready != 0)
+            return ready > 0 ? 1 : 0;
     }
-    return ready > 0 ? 1 : 0;
+    return 0;
 }
 
 } // namespace

@@ -15,7 +15,7 @@ int tcp_connect_timeout(const char *host, uint16_t port, int debug_level);
 int wait_with_times(int socket_fd, short events, const char *what, int debug_level);
 
 /// Returns 1 when the address counts as reachable: something answered or refused a connection
-/// attempt, or the second one that follows after 0.1 s of silence, within 0.2 s of the first. An
+/// attempt within 0.2 s. While nothing does, attempts are added after 0.1 s and after 0.15 s. An
 /// IPv6 address counts without an attempt. Else 0. With a debug level of 5 or more the times of
-/// the wait are printed on standard output.
+/// the whole wait are printed on standard output.
 int probe_reachable(const char *ip, uint16_t port, int debug_level);
