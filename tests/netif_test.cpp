@@ -1,14 +1,22 @@
 // The host's interfaces and the completion of IPv6 addresses.
+#include "io/stream.h"
 #include "netif/derive_ipv6.h"
 #include "netif/ifconfig.h"
 #include "netif/line_reader.h"
+#include "netif/system_interfaces.h"
 #include "scratch.h"
 
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <fcntl.h>
+#include <linux/if_tun.h>
 #include <net/if.h>
+#include <net/if_arp.h>
+#include <sched.h>
 #include <string>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
 #include <vector>
 
 namespace
@@ -86,7 +94,39 @@ std::string addresses_of(device_list devices)
     return text;
 }
 
+/// Makes an interface of a hardware type, up and running while the returned descriptor is open;
+/// -1: none.
+int make_interface(const char *name, int hardware)
+{
+    descriptor file(open("/dev/net/tun", O_RDWR | O_CLOEXEC));
+    const descriptor control(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+    struct ifreq request = {};
+    strncpy(request.ifr_name, name, sizeof request.ifr_name - 1);
+    request.ifr_flags = IFF_TAP | IFF_NO_PI;
+    if (file.fd < 0 || ioctl(file.fd, TUNSETIFF, &request) != 0 ||
+        ioctl(file.fd, TUNSETLINK, hardware) != 0)
+        return -1;
+    request.ifr_flags = IFF_UP;
+    return ioctl(control.fd, SIOCSIFFLAGS, &request) == 0 ? file.release() : -1;
+}
+
 } // namespace
+
+TEST(SystemInterfaces, AreEthernetOnesAndNoTunnels)
+{
+    if (unshare(CLONE_NEWNET) != 0 && unshare(CLONE_NEWUSER | CLONE_NEWNET) != 0)
+        GTEST_SKIP() << "no network namespace";
+    const descriptor cable(make_interface("cable", ARPHRD_ETHER));
+    const descriptor tunnel(make_interface("tunnel", ARPHRD_TUNNEL));
+    if (cable.fd < 0 || tunnel.fd < 0)
+        GTEST_SKIP() << "no /dev/net/tun";
+    list_node *found = nullptr;
+    enumerate_system_interfaces(&found);
+    ASSERT_NE(found, nullptr);
+    EXPECT_STREQ(static_cast<netinterface_info *>(found->data)->name, "cable");
+    EXPECT_EQ(found->next, nullptr);
+    list_free(&found);
+}
 
 TEST(Ifconfig, ReadsEthernetBlocksOfTheOldFormat)
 {
