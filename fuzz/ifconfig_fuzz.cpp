@@ -1,6 +1,7 @@
 // Fuzzes the reader of ifconfig's output, and the completing of addresses with what it read.
 #include "input_file.h"
 #include "netif/derive_ipv6.h"
+#include "netif/ifconfig.h"
 #include "printed_line.h"
 
 #include <cstring>
