@@ -25,6 +25,8 @@ diff -u - <(find . -type f | sort) <<'END' || status=1
 ./opt/devscout/share/bash-completion/completions/devscout
 ./opt/devscout/share/doc/devscout/changelog.gz
 ./opt/devscout/share/doc/devscout/copyright
+./opt/devscout/share/doc/devscout/firewall/devscout.nft
+./opt/devscout/share/doc/devscout/firewall/devscout.xml
 ./opt/devscout/share/man/man1/devscout.1.gz
 END
 diff -u - opt/devscout/bin/devscout <<'END' || status=1

@@ -151,7 +151,6 @@ std::vector<uint8_t> slp_build_request(const slp_request &request, uint16_t flag
     std::vector<uint8_t> message;
     if (!fits)
         return message;
-    message.reserve(length);
     put_number(&message, SLP_VERSION, 1);
     put_number(&message, SLP_FUNCTION_SRVRQST, 1);
     put_number(&message, length, 3);
