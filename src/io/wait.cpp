@@ -1,6 +1,8 @@
 // Bounded waits for descriptors, and the clock that they are measured by.
 #include "io/wait.h"
 
+#include "io/output.h"
+
 #include <cerrno>
 #include <poll.h>
 
@@ -27,9 +29,10 @@ int wait_for_either(int fd, int other_fd, short events, int64_t timeout_us)
 {
     if (timeout_us < 0)
         timeout_us = 0;
-    struct pollfd waited[] = {{fd, events, 0}, {other_fd, events, 0}};
+    struct pollfd waited[] = {{fd, events, 0}, {other_fd, events, 0}, {watched_output(), 0, 0}};
     const struct timespec timeout = timespec_of(timeout_us);
-    const int ready = ppoll(waited, 2, &timeout, nullptr);
+    const int ready = ppoll(waited, 3, &timeout, nullptr);
+    end_when_unread(waited[2].revents);
     if (ready > 0 && ((waited[0].revents | waited[1].revents) & POLLNVAL) != 0) {
         errno = EBADF;
         return -1;
