@@ -9,6 +9,7 @@
 #include "driver/method.h"
 #include "driver/records/device_list.h"
 #include "driver/report.h"
+#include "driver/signals.h"
 #include "driver/slots.h"
 #include "log/log.h"
 #include "log/timestamp.h"
@@ -48,6 +49,14 @@ void end_run(const run_settings &settings, device_list *devices, time_t *start_t
     list_free(devices);
 }
 
+void end_when_interrupted(child_slot *slots)
+{
+    if (interrupted_by() == 0)
+        return;
+    kill_children(slots);
+    end_by_signal(interrupted_by());
+}
+
 } // namespace
 
 int run_parent(const run_settings &settings)
@@ -56,6 +65,7 @@ int run_parent(const run_settings &settings)
     time_t start_time = 0;
     begin_run(settings, &devices, &start_time);
     open_process_log("devscout");
+    catch_interruptions();
 
     static child_slot slots[CHILD_SLOT_COUNT];
     desc_queue queue;
@@ -67,10 +77,13 @@ int run_parent(const run_settings &settings)
     const merge_target target = {&devices, &queue, slots, settings.scanner ? 1 : 0,
                                  settings.debug_level};
     merge_child_output(&target, settings.program, settings.quick);
+    end_when_interrupted(slots);
     list_free(&queue);
     finish_descriptions(&devices);
 
     end_run(settings, &devices, &start_time);
+    fflush(stdout);
+    end_when_interrupted(slots);
     return EXIT_SUCCESS;
 }
 
