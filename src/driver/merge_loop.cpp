@@ -3,6 +3,7 @@
 
 #include "driver/signals.h"
 #include "driver/slots.h"
+#include "driver/status_line.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -74,15 +75,18 @@ void wait_for_output(const merge_target *target, int number)
         streams[count++] = {fileno(slots[i].stream), POLLIN, 0};
     }
     const bool waits = std::none_of(slots, slots + CHILD_SLOT_COUNT, has_work);
-    if (poll_until_interrupted(streams, count, waits ? -1 : 0) > 0 && own != nullptr &&
+    const int64_t refresh_us = show_status(target);
+    if (poll_until_interrupted(streams, count, waits ? refresh_us : 0) > 0 && own != nullptr &&
         own->revents != 0)
         read_output(&slots[number]);
 }
 
 void close_ended(child_slot *slot, int number)
 {
-    if (slot->error_number != 0)
+    if (slot->error_number != 0) {
+        make_way_for_output();
         printf("# ERROR: descriptor # %d failed, %s\n", number, strerror(slot->error_number));
+    }
     close_child_slot(slot);
 }
 
@@ -100,6 +104,8 @@ bool run_pass(const merge_target *target)
             wait_for_output(target, i);
         char line[PIPE_LINE_SIZE];
         if (take_line(slot, line)) {
+            if (target->debug_level > 0)
+                make_way_for_output();
             if (target->debug_level > 1)
                 printf("[%d]LINE: %s", i, line);
             merge_line(target, line, i);
@@ -118,4 +124,5 @@ void merge_child_output(const merge_target *target, const char *program, bool qu
     do {
         start_desc_children(target->queue, target->slots, program, quick);
     } while (run_pass(target) && interrupted_by() == 0);
+    erase_status();
 }

@@ -3,6 +3,7 @@
 
 #include "driver/child_process.h"
 #include "driver/desc_queue.h"
+#include "driver/help.h"
 #include "driver/lines.h"
 #include "driver/merge.h"
 #include "driver/merge_loop.h"
@@ -41,12 +42,14 @@ void begin_run(const run_settings &settings, device_list *devices, time_t *start
     atexit(log_cleanup);
 }
 
-void end_run(const run_settings &settings, device_list *devices, time_t *start_time)
+/// Returns the number of devices listed.
+int end_run(const run_settings &settings, device_list *devices, time_t *start_time)
 {
-    print_report(*devices, *start_time, settings.scanner ? 1 : 0);
+    const int listed = print_report(*devices, *start_time, settings.scanner ? 1 : 0);
     if (settings.time_marks)
         time_mark("END", start_time);
     list_free(devices);
+    return listed;
 }
 
 void end_when_interrupted(child_slot *slots)
@@ -63,6 +66,7 @@ int run_parent(const run_settings &settings)
 {
     device_list devices;
     time_t start_time = 0;
+    explain_arguments(settings);
     begin_run(settings, &devices, &start_time);
     open_process_log("devscout");
     catch_interruptions();
@@ -81,9 +85,11 @@ int run_parent(const run_settings &settings)
     list_free(&queue);
     finish_descriptions(&devices);
 
-    end_run(settings, &devices, &start_time);
+    const int listed = end_run(settings, &devices, &start_time);
     fflush(stdout);
     end_when_interrupted(slots);
+    if (listed == 0)
+        explain_empty_report(settings);
     return EXIT_SUCCESS;
 }
 
