@@ -4,6 +4,7 @@
 #include "config/community.h"
 #include "config/text.h"
 #include "driver/slots.h"
+#include "io/process.h"
 #include "log/log.h"
 
 #include <cstring>
@@ -67,7 +68,7 @@ void start_child(child_slot *slot, const shell_command &command)
 {
     if (command.length >= COMMAND_SIZE)
         return;
-    slot->stream = popen(command.text, "re");
+    slot->stream = open_command(command.text, &slot->pid);
     slot->pending_length = 0;
     slot->at_end = 0;
     slot->error_number = 0;
@@ -123,8 +124,17 @@ void start_desc_children(desc_queue *queue, child_slot *slots, const char *progr
 
 void close_child_slot(child_slot *slot)
 {
-    pclose(slot->stream);
+    if (close_command(slot->stream, slot->pid) == 0)
+        slot->pid = 0;
     slot->stream = nullptr;
     slot->hex_lines = 0;
     slot->target_ip[0] = '\0';
+}
+
+void kill_children(child_slot *slots)
+{
+    for (int i = 0; i < CHILD_SLOT_COUNT; ++i) {
+        if (slots[i].pid > 0)
+            kill_process_tree(slots[i].pid);
+    }
 }

@@ -8,11 +8,13 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <sys/types.h>
 
 /// One child. `stream` is used for its descriptor and its end alone; what was read from it and
 /// not yet merged waits in `pending`.
 struct child_slot {
     FILE *stream;            ///< read end of the child's standard output; nullptr: no child
+    pid_t pid;               ///< the child's shell; 0: there is none to wait for
     char target_ip[IP_SIZE]; ///< the address a description or inquiry child works on
     int32_t hex_lines;       ///< scanner block lines received
     char pending[4 * PIPE_LINE_SIZE];
@@ -31,5 +33,8 @@ void run_child_process(child_slot *slots, int slot, const char *program, const c
 /// counts as started.
 void start_desc_children(desc_queue *queue, child_slot *slots, const char *program, bool quick);
 
-/// Waits for the slot's child to end and empties the slot.
+/// Waits for the slot's child to end and empties the slot. An interruption ends the wait.
 void close_child_slot(child_slot *slot);
+
+/// Kills the children with all that they have started.
+void kill_children(child_slot *slots);

@@ -48,11 +48,12 @@ bool read_debug_option(const char *argument, run_settings *settings)
     return true;
 }
 
-/// Looks at one argument of the mode scan; its leading characters alone decide.
-void read_mode_argument(const char *argument, run_settings *settings)
+/// Looks at one argument of the mode scan; its leading characters alone decide. Returns whether it
+/// means anything.
+bool read_mode_argument(const char *argument, run_settings *settings)
 {
     if (read_method_option(argument, settings))
-        return;
+        return true;
     if (begins_with(argument, "--scanner"))
         settings->scanner = true;
     else if (begins_with(argument, "--all"))
@@ -64,7 +65,8 @@ void read_mode_argument(const char *argument, run_settings *settings)
     else if (begins_with(argument, "-s"))
         settings->kind = run_kind::child;
     else
-        read_debug_option(argument, settings);
+        return read_debug_option(argument, settings);
+    return true;
 }
 
 /// Reads the options before the modes. Returns the index of the first argument of the mode scan,
@@ -106,7 +108,11 @@ run_settings read_command_line(int argc, char **argv)
         return settings;
     if (i >= argc)
         select_default_methods(&settings);
-    for (; i < argc; ++i)
-        read_mode_argument(argv[i], &settings);
+    char **const ignored = argv + i;
+    settings.ignored = ignored;
+    for (; i < argc; ++i) {
+        if (!read_mode_argument(argv[i], &settings))
+            ignored[settings.ignored_count++] = argv[i];
+    }
     return settings;
 }

@@ -19,8 +19,11 @@ struct run_settings {
     bool scanner = false;            ///< list scanners instead of printers
     bool time_marks = false;
     bool quick = false; ///< a description ends with its first answer; more of them at once
+    char *const *ignored = nullptr; ///< the arguments of the mode scan that mean nothing
+    int ignored_count = 0;
 };
 
 /// Reads the command line. Sets `g_community_name`, and prints each mode's line as its option is
-/// met. Unknown options and stray words are passed over. The texts stay those of `argv`.
+/// met. Unknown options and stray words are passed over; they move to the start of the mode scan in
+/// `argv`. The texts stay those of `argv`.
 run_settings read_command_line(int argc, char **argv);

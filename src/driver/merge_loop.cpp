@@ -1,7 +1,9 @@
 // The parent's loop: reads the children in turn until the last one has ended.
 #include "driver/merge_loop.h"
 
+#include "driver/signals.h"
 #include "driver/slots.h"
+#include "driver/status_line.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -58,8 +60,9 @@ bool has_work(const child_slot &slot)
 
 /// Sleeps until some child writes or ends, and reads what the child of slot `number` has written.
 /// Work that waits in any slot ends the wait at once: its turn comes in this pass or the next.
-void wait_for_output(child_slot *slots, int number)
+void wait_for_output(const merge_target *target, int number)
 {
+    child_slot *slots = target->slots;
     // Only open streams: the system refuses more entries than the process may have descriptors.
     struct pollfd streams[CHILD_SLOT_COUNT];
     nfds_t count = 0;
@@ -72,14 +75,18 @@ void wait_for_output(child_slot *slots, int number)
         streams[count++] = {fileno(slots[i].stream), POLLIN, 0};
     }
     const bool waits = std::none_of(slots, slots + CHILD_SLOT_COUNT, has_work);
-    if (poll(streams, count, waits ? -1 : 0) > 0 && own != nullptr && own->revents != 0)
+    const int64_t refresh_us = show_status(target);
+    if (poll_until_interrupted(streams, count, waits ? refresh_us : 0) > 0 && own != nullptr &&
+        own->revents != 0)
         read_output(&slots[number]);
 }
 
 void close_ended(child_slot *slot, int number)
 {
-    if (slot->error_number != 0)
+    if (slot->error_number != 0) {
+        make_way_for_output();
         printf("# ERROR: descriptor # %d failed, %s\n", number, strerror(slot->error_number));
+    }
     close_child_slot(slot);
 }
 
@@ -94,9 +101,11 @@ bool run_pass(const merge_target *target)
             continue;
         active = true;
         if (!has_work(*slot))
-            wait_for_output(target->slots, i);
+            wait_for_output(target, i);
         char line[PIPE_LINE_SIZE];
         if (take_line(slot, line)) {
+            if (target->debug_level > 0)
+                make_way_for_output();
             if (target->debug_level > 1)
                 printf("[%d]LINE: %s", i, line);
             merge_line(target, line, i);
@@ -114,5 +123,6 @@ void merge_child_output(const merge_target *target, const char *program, bool qu
 {
     do {
         start_desc_children(target->queue, target->slots, program, quick);
-    } while (run_pass(target));
+    } while (run_pass(target) && interrupted_by() == 0);
+    erase_status();
 }

@@ -17,7 +17,7 @@ bool is_listed(const device_record *record, int scanner)
 
 } // namespace
 
-void print_report(device_list list, time_t start_time, int scanner)
+int print_report(device_list list, time_t start_time, int scanner)
 {
     puts("# Network printers discovery utility");
     puts("# Legend: ip: address slp: detected,ipp,lpr,raw_tcp snmp: detected,devtype,description");
@@ -33,6 +33,7 @@ void print_report(device_list list, time_t start_time, int scanner)
     }
     printf("# Total %d %s found, %lds elapsed\n", count, scanner != 0 ? "scanners" : "printers",
            static_cast<long>(time(nullptr) - start_time));
+    return count;
 }
 
 void time_mark(const char *label, time_t *previous)

@@ -8,7 +8,8 @@
 /// Prints the report on standard output: banner, legend, one line per device in the order of
 /// first sight, total and seconds since `start_time`. With `scanner` nonzero it lists the devices
 /// with a scanner inquiry block, each with its block; devices marked unreachable are left out.
-void print_report(device_list list, time_t start_time, int scanner);
+/// Returns the number of devices listed.
+int print_report(device_list list, time_t start_time, int scanner);
 
 /// Prints the mark with the whole seconds since `*previous`, which becomes the current time, and
 /// flushes standard output.

@@ -3,12 +3,14 @@
 
 #include "driver/child_process.h"
 #include "driver/desc_queue.h"
+#include "driver/help.h"
 #include "driver/lines.h"
 #include "driver/merge.h"
 #include "driver/merge_loop.h"
 #include "driver/method.h"
 #include "driver/records/device_list.h"
 #include "driver/report.h"
+#include "driver/signals.h"
 #include "driver/slots.h"
 #include "log/log.h"
 #include "log/timestamp.h"
@@ -40,12 +42,22 @@ void begin_run(const run_settings &settings, device_list *devices, time_t *start
     atexit(log_cleanup);
 }
 
-void end_run(const run_settings &settings, device_list *devices, time_t *start_time)
+/// Returns the number of devices listed.
+int end_run(const run_settings &settings, device_list *devices, time_t *start_time)
 {
-    print_report(*devices, *start_time, settings.scanner ? 1 : 0);
+    const int listed = print_report(*devices, *start_time, settings.scanner ? 1 : 0);
     if (settings.time_marks)
         time_mark("END", start_time);
     list_free(devices);
+    return listed;
+}
+
+void end_when_interrupted(child_slot *slots)
+{
+    if (interrupted_by() == 0)
+        return;
+    kill_children(slots);
+    end_by_signal(interrupted_by());
 }
 
 } // namespace
@@ -54,8 +66,10 @@ int run_parent(const run_settings &settings)
 {
     device_list devices;
     time_t start_time = 0;
+    explain_arguments(settings);
     begin_run(settings, &devices, &start_time);
     open_process_log("devscout");
+    catch_interruptions();
 
     static child_slot slots[CHILD_SLOT_COUNT];
     desc_queue queue;
@@ -67,10 +81,15 @@ int run_parent(const run_settings &settings)
     const merge_target target = {&devices, &queue, slots, settings.scanner ? 1 : 0,
                                  settings.debug_level};
     merge_child_output(&target, settings.program, settings.quick);
+    end_when_interrupted(slots);
     list_free(&queue);
     finish_descriptions(&devices);
 
-    end_run(settings, &devices, &start_time);
+    const int listed = end_run(settings, &devices, &start_time);
+    fflush(stdout);
+    end_when_interrupted(slots);
+    if (listed == 0)
+        explain_empty_report(settings);
     return EXIT_SUCCESS;
 }
 

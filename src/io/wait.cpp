@@ -1,6 +1,8 @@
 // Bounded waits for descriptors, and the clock that they are measured by.
 #include "io/wait.h"
 
+#include "io/output.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <poll.h>
@@ -29,9 +31,15 @@ int wait_for_any(struct pollfd *waited, size_t count, int64_t timeout_us)
 {
     if (timeout_us < 0)
         timeout_us = 0;
+    count = std::min(count, WAITED_MAX);
+    struct pollfd all[WAITED_MAX + 1];
+    struct pollfd *output = std::copy_n(waited, count, all);
+    *output = {watched_output(), 0, 0};
     const struct timespec timeout = timespec_of(timeout_us);
-    const int ready = ppoll(waited, count, &timeout, nullptr);
-    if (ready > 0 && std::any_of(waited, waited + count, [](const struct pollfd &one) {
+    const int ready = ppoll(all, count + 1, &timeout, nullptr);
+    std::copy_n(all, count, waited);
+    end_when_unread(output->revents);
+    if (ready > 0 && std::any_of(all, output, [](const struct pollfd &one) {
             return (one.revents & POLLNVAL) != 0;
         })) {
         errno = EBADF;

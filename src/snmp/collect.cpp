@@ -1,6 +1,7 @@
 // Collecting the answers of one SNMP session.
 #include "snmp/collect.h"
 
+#include "io/output.h"
 #include "io/wait.h"
 #include "log/log.h"
 #include "snmp/snmp_session.h"
@@ -123,6 +124,7 @@ int sess_collect_responses(netsnmp_session *session, struct timeval budget)
     log_trace("sess_collect_responses\n");
     int reads = 0;
     for (;;) {
+        end_when_unread();
         const int result = collect_once(session, budget);
         if (result < 0) {
             const char *reason = strerror(errno);

@@ -2,6 +2,7 @@
 #include "snmp/description_query.h"
 
 #include "config/text.h"
+#include "io/output.h"
 #include "io/wait.h"
 #include "snmp/classify.h"
 #include "snmp/snmp_session.h"
@@ -101,6 +102,7 @@ void wait_for_answers(netsnmp_session *session, bool quick, getdesc_answers *ans
     const int64_t deadline = monotonic_us() + REQUEST_BUDGET_US;
     snmp_descriptor_set descriptors;
     for (;;) {
+        end_when_unread();
         descriptors.clear();
         int descriptor_count = 0;
         int block = 0;

@@ -1,0 +1,160 @@
+// What a person at a terminal is told on standard error besides the report.
+#include "driver/help.h"
+
+#include "config/community.h"
+#include "config/text.h"
+#include "io/egress.h"
+#include "io/netlink.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cstdio>
+#include <cstring>
+#include <net/if.h>
+#include <netinet/in.h>
+#include <unistd.h>
+#include <vector>
+
+namespace
+{
+
+constexpr size_t ARGUMENT_SIZE = 256; ///< a longer argument is shown cut
+constexpr size_t NAMES_SIZE = 42;     ///< as many as one line of 80 columns shows
+
+constexpr char USAGE[] =
+    "Usage: devscout [-c COMMUNITY] [-dLEVEL] [METHOD...] [--scanner] [--quick]\n"
+    "                [--time] [-s]\n"
+    "       devscout [-c COMMUNITY] [-dLEVEL] [--quick] -R ADDRESS\n"
+    "       devscout [-dLEVEL] -I ADDRESS\n"
+    "Finds network printers and scanners and prints one line for each of them.\n"
+    "\n"
+    "  --snmp, --snmp6    method: SNMP over IPv4, over IPv6\n"
+    "  --slp              method: Service Location Protocol\n"
+    "  --nodeq, --nodeq6  method: nodeq over IPv4; --nodeq6 finds nothing\n"
+    "  --all              --snmp, --snmp6, --slp and --nodeq, as without any option\n"
+    "  --scanner          with SNMP: list the scanners instead of the printers\n"
+    "  --quick            describe faster, by the first answer of a device\n"
+    "  --time             print time marks\n"
+    "  -s                 run the methods in this process\n"
+    "  -R ADDRESS         describe one device\n"
+    "  -I ADDRESS         print the scanner inquiry block of one device\n"
+    "  -c COMMUNITY       SNMP community, before the methods (default: %s)\n"
+    "  -dLEVEL            debug level: from 1, 2 and 5 on more is printed\n"
+    "  -h, --help         print this text\n"
+    "  --version          print name and version\n"
+    "\n"
+    "See devscout(1).\n";
+
+bool at_terminal()
+{
+    return isatty(STDERR_FILENO) != 0;
+}
+
+bool is_help_option(const char *argument)
+{
+    return strcmp(argument, "--help") == 0 || strcmp(argument, "-h") == 0;
+}
+
+bool is_version_option(const char *argument)
+{
+    return strcmp(argument, "--version") == 0;
+}
+
+/// The ignored arguments that are such an option.
+template<typename Kind>
+bool is_asked(const run_settings &settings, Kind is_kind)
+{
+    return std::any_of(settings.ignored, settings.ignored + settings.ignored_count, is_kind);
+}
+
+void explain_ignored(const char *argument)
+{
+    char text[ARGUMENT_SIZE];
+    safe_strncpy(text, argument, sizeof text);
+    for (char *c = text; *c != '\0'; ++c) {
+        if (iscntrl(static_cast<unsigned char>(*c)) != 0)
+            *c = '?';
+    }
+    fprintf(stderr, "devscout: '%s' is no option and is ignored (see devscout(1))\n", text);
+}
+
+void add_interface(std::vector<unsigned> *interfaces, unsigned index)
+{
+    if (index != 0 && std::find(interfaces->begin(), interfaces->end(), index) == interfaces->end())
+        interfaces->push_back(index);
+}
+
+/// The interfaces that the run's requests leave through, each once.
+std::vector<unsigned> asked_interfaces(const run_settings &settings)
+{
+    std::vector<unsigned> found;
+    for (size_t i = 0; i < METHOD_COUNT; ++i) {
+        if (!settings.methods[i])
+            continue;
+        const bool ipv6 = METHODS[i].target == IPV6_TARGET;
+        if (!ipv6)
+            add_interface(&found, route_interface({INADDR_BROADCAST}));
+        for (const unsigned index : (ipv6 ? plan_multicast() : plan_broadcast()).interfaces)
+            add_interface(&found, index);
+    }
+    return found;
+}
+
+/// Appends the interface's name to the enumeration, or an ellipsis where it does not fit.
+void append_name(unsigned index, char (&names)[NAMES_SIZE])
+{
+    constexpr char MORE[] = ", ...";
+    char name[IF_NAMESIZE + 2] = "";
+    if (names[0] != '\0')
+        safe_strncpy(name, ", ", sizeof name);
+    if (if_indextoname(index, name + strlen(name)) == nullptr)
+        return;
+    if (strlen(names) + strlen(name) + sizeof MORE <= sizeof names)
+        append_text(names, name, sizeof names);
+    else if (strstr(names, MORE) == nullptr)
+        append_text(names, MORE, sizeof names);
+}
+
+} // namespace
+
+void explain_arguments(const run_settings &settings)
+{
+    if (!at_terminal())
+        return;
+    for (int i = 0; i < settings.ignored_count; ++i) {
+        const char *argument = settings.ignored[i];
+        if (!is_help_option(argument) && !is_version_option(argument))
+            explain_ignored(argument);
+    }
+    if (is_asked(settings, is_version_option))
+        fputs("devscout " DEVSCOUT_VERSION "\n", stderr);
+    if (is_asked(settings, is_help_option))
+        fprintf(stderr, USAGE, DEFAULT_COMMUNITY);
+}
+
+void explain_empty_report(const run_settings &settings)
+{
+    if (!at_terminal() || is_asked(settings, is_help_option) ||
+        is_asked(settings, is_version_option))
+        return;
+    const bool *const methods = settings.methods;
+    if (std::find(methods, methods + METHOD_COUNT, true) == methods + METHOD_COUNT) {
+        fputs("devscout: no method was selected, so nothing was asked (--all: the usual)\n",
+              stderr);
+        return;
+    }
+    const char *kind = settings.scanner ? "scanner" : "printer";
+    const std::vector<unsigned> interfaces = asked_interfaces(settings);
+    if (interfaces.empty()) {
+        fprintf(stderr, "devscout: no %s was found: there is no interface to ask on\n", kind);
+        return;
+    }
+    char names[NAMES_SIZE] = "";
+    for (const unsigned index : interfaces)
+        append_name(index, names);
+    fprintf(stderr,
+            "devscout: no %s was found; asked on %s\n"
+            "devscout: a firewall must let in UDP from ports 161, 427 and 6000\n"
+            "devscout: devices of another SNMP community or another network stay unseen\n",
+            kind, names);
+}
