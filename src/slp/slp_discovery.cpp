@@ -64,11 +64,9 @@ SLPBoolean MySLPSrvURLCallback(SLPHandle /*handle*/, const char *url, unsigned s
                                SLPError code, void *cookie)
 {
     auto *search = static_cast<slp_search_cookie *>(cookie);
-    if (code == SLP_LAST_CALL)
-        search->result = SLP_OK;
-    else if (code != SLP_OK)
+    if (code != SLP_OK && code != SLP_LAST_CALL)
         search->result = code;
-    else if (record_printer(url, search->list) == 0)
+    else if (code == SLP_LAST_CALL || record_printer(url, search->list) == 0)
         search->result = SLP_OK;
     return SLP_TRUE;
 }
