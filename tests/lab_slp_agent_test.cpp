@@ -98,6 +98,7 @@ const agent_case CASES[] = {
     // 5 s of each for TCP.
     {"SlowConfiguredAgent", CONFIGURED, BOTH + directory("slp.delay=2000"), BY_AGENT, false},
     {"ConfiguredAgentTooSlow", CONFIGURED, BOTH + directory("slp.delay=4500"), BY_ITSELF},
+    {"SilentAgent", "", BOTH + directory("slp.da.silent"), BY_ITSELF},
     {"AgentSlowOverTcp", CONFIGURED, BOTH + directory("slp.da.overflow slp.tcp.delay=3500"),
      BY_AGENT, false, true},
     {"AgentTooSlowOverTcp", CONFIGURED, BOTH + directory("slp.da.overflow slp.tcp.delay=6500"),
@@ -150,17 +151,29 @@ INSTANTIATE_TEST_SUITE_P(, LabSlpAgentCase, testing::ValuesIn(CASES),
 
 TEST(LabSlpAgent, DropsWhatLiesAndKeepsWhatIsWhole)
 {
-    const std::string url = "slp.url=\"service:printer:lpr://%a\" ";
-    const lab_result result = devscout_in_lab(
-        {"device 10.9.1.1 " + url + "slp.lie=auth\ndevice 10.9.1.2 " + url + url +
-             "slp.lie=url-length\ndevice 10.9.1.3 " + url + "slp.lie=xid\ndevice 10.9.1.4 " + url +
-             "slp.lie=error\ndevice 10.9.1.5 " + url + "slp.lie=version\n" +
-             "device 10.9.1.6 slp.raw=02020000\n",
-         {}},
-        {"-s", "--slp"});
+    const struct {
+        const char *answer;
+        const char *flags; ///< nullptr: not listed
+    } cases[] = {
+        {"slp.lie=auth", "1,1,1,0"},     {"slp.lie=url-length", "1,0,1,0"},
+        {"slp.lie=count", "1,1,1,0"},    {"slp.lie=truncate", "1,0,1,0"},
+        {"slp.lie=overflow", "1,1,1,0"}, {"slp.lie=length", "1,1,1,0"},
+        {"slp.lie=language", nullptr},   {"slp.lie=xid", nullptr},
+        {"slp.lie=function", nullptr},   {"slp.lie=error", nullptr},
+        {"slp.lie=version", nullptr},    {"slp.raw=02020000", nullptr},
+    };
+    std::string fleet;
+    std::string listed;
+    int number = 10;
+    for (const auto &c : cases) {
+        const std::string ip = "10.9.1." + std::to_string(++number);
+        fleet += "device " + ip + " slp.url=\"service:printer:lpr://%a\" " + c.answer +
+                 " slp.url=\"service:printer:ipp://%a\"\n";
+        listed += c.flags != nullptr ? announced(ip, c.flags) : "";
+    }
+    const lab_result result = devscout_in_lab({fleet, {}}, {"-s", "--slp"});
     SKIP_NO_LAB(result);
-    EXPECT_EQ(sorted_devices(result.program.out),
-              announced("10.9.1.1", "1,0,1,0") + announced("10.9.1.2", "1,0,1,0"));
+    EXPECT_EQ(sorted_devices(result.program.out), listed);
     EXPECT_EQ(result.program.err, "");
 }
 

@@ -60,7 +60,8 @@ TEST(Lab, ListsEveryShapeOfNodeqAnswer)
                            "device 10.9.1.5 nodeq.a=ABC nodeq.length=3\n"
                            "device 10.9.1.6 nodeq.a=ABC nodeq.b=XYZ nodeq.length=300\n"
                            "device 10.9.1.7 nodeq.a=ABC nodeq.length=0\n"
-                           "device 10.9.1.8 nodeq.first.a=FIRST nodeq.a=LATER nodeq.b=info\n"
+                           "device 10.9.1.8 nodeq.first.a=FIRST nodeq.first.b=early nodeq.a=LATER "
+                           "nodeq.b=late\n"
                            "device 10.9.1.9 nodeq.a=\"\\x1b[2J\\n#\" nodeq.delay=800\n"
                            "device 10.9.1.10 nodeq.hex=41414141414141424242\n"
                            "device 10.9.1.11\n",
@@ -71,7 +72,7 @@ TEST(Lab, ListsEveryShapeOfNodeqAnswer)
         described("10.9.1.1", "#[ABC] XYZ") + described("10.9.1.10", "#[BBB]") +
         described("10.9.1.2", "#XYZ") + described("10.9.1.3", "#[ABC] abcdefghijklmnopqrs") +
         described("10.9.1.4", "") + described("10.9.1.5", "") +
-        described("10.9.1.6", "#[ABC] XYZ") + described("10.9.1.8", "#[FIRST] info") +
+        described("10.9.1.6", "#[ABC] XYZ") + described("10.9.1.8", "#[FIRST] early") +
         described("10.9.1.9", "#[ [2J #]");
     EXPECT_EQ(sorted_devices(child.program.out), expected);
     const std::string request =
@@ -124,15 +125,31 @@ TEST(Lab, ListsOnlyScannersThatReturnTheirBlock)
 
 TEST(Lab, RunsEveryMethodInTurn)
 {
-    const lab_result result = devscout_in_lab(
-        {"device 10.9.1.1 id6=::1:1 id=\"MFG:A;MDL:m;CLS:PRINTER\" nodeq.a=ABC\n", {}},
-        {"-s", "--time", "--nodeq", "--nodeq6", "--slp", "--snmp", "--snmp6"});
+    const lab_result result =
+        devscout_in_lab({"device 10.9.1.1 id6=::1:1 id=\"MFG:A;MDL:m;CLS:PRINTER\" nodeq.a=ABC\n"
+                         "device - id6=::2:1 from6=site id=\"MFG:A;MDL:site;CLS:PRINTER\"\n"
+                         "device - id6=::3:1 from6=global id=\"MFG:A;MDL:global;CLS:PRINTER\"\n",
+                         {}},
+                        {"-s", "--time", "--nodeq", "--nodeq6", "--slp", "--snmp", "--snmp6"});
     SKIP_NO_LAB(result);
     std::string marks = "# MARK: BEGIN: [0-9].00\n";
     for (const char *method : {"nodeq", "nodeq6", "slp", "netsnmp", "netsnmp6"})
         marks += std::string("# MARK: after discover_using_") + method + ": [0-9].00\n";
     EXPECT_THAT(lines_with(result.program.out, "# MARK: "),
                 testing::MatchesRegex(marks + "# MARK: END: [0-9].00\n"));
+    const struct {
+        const char *ip; ///< over IPv6 those that the device has beside the one it answers from
+        const char *model;
+    } addresses[] = {
+        {"10.9.1.1", "m"},       {"2001:db8:9::1:1", "m"},  {"fd00:9::1:1", "m"},
+        {"fd00:9::2:1", "site"}, {"fd00:9::3:1", "global"}, {"fe80::2:1", "site"},
+        {"fe80::3:1", "global"},
+    };
+    std::string listed;
+    for (const auto &a : addresses)
+        listed +=
+            device(a.ip, std::string("0,0,0,0 snmp: 0,0,0 vendor: A dsc: \"") + a.model + "\"");
+    EXPECT_EQ(sorted_devices(result.program.out), listed);
     EXPECT_EQ(line_count(requests(result.record, "nodeq"), "255.255.255.255:6000 "), 2U)
         << "over IPv6 nothing is sent:\n"
         << result.record;
@@ -236,6 +253,7 @@ TEST(Lab, DescribesSingleDevices)
         "device 10.9.1.9 tcp=never\n"
         "device 10.9.1.10 id=\"MFG:Acme;MDL:b\" id.fill=600\n"
         "device 10.9.1.11 id=\"MFG:Acme;MDL:slow;\" snmp.delay=120\n"
+        "device 10.9.1.12 id=\"MFG:Acme;MDL:x;\" snmp.on=broadcast\n"
         "device - id6=::5:1 model=\"Brightmoor 3\"\n";
     const struct {
         const char *ip;
@@ -252,6 +270,7 @@ TEST(Lab, DescribesSingleDevices)
         {"10.9.1.9", "ip: 10.9.1.9         dsc: \" \" ERROR: Destination unreachable\n"},
         {"10.9.1.10", "ip: 10.9.1.10       dsc: \"Acme b" + std::string(89, 'x') + "\"\n"},
         {"10.9.1.11", "ip: 10.9.1.11       dsc: \"Acme slow\"\n"},
+        {"10.9.1.12", ""},
         {"10.9.0.161", "ip: 10.9.0.161      dsc: \"Taliven QD-77\"\n"},
         {"fd00:9::5:1", "ip: fd00:9::5:1     dsc: \"Orvel Brightmoor 3\"\n"},
         {"10.9.0.1", ""},
@@ -292,6 +311,7 @@ TEST(Lab, PassesOverBrokenSnmpAnswers)
         "device 10.9.1.9 id=\"CLS:PRINTER;MFG:A;MDL:\\\"q\\\";\" snmp.repeat=2 snmp.delay=1500\n"
         "device 10.9.1.10 id=\"CLS:PRINTER;MFG:A;MDL:early;\" snmp.then=\"PRINTER MFG:late\"\n"
         "device 10.9.1.11 id=\"CLS:PRINTER;MFG:A;MDL:last\"\n"
+        "device 10.9.1.13 id=\"CLS:PRINTER;MFG:A;MDL:x\" snmp.on=unicast\n"
         // A request instead of a response, with the value MFG:Evil;CLS:PRINTER.
         "device 10.9.1.12 snmp.raw=304102010004066e6f626f6479a03402010102010002010030293027060f"
         "2b0601040182c0150b050101011a0004144d46473a4576696c3b434c533a5052494e544552\n",

@@ -27,8 +27,8 @@ constexpr long REPEAT_LIMIT = 1000;
 constexpr long FLOOD_LIMIT = 1000000;
 
 constexpr key_rule KEY_RULES[] = {
-    {"from6", KIND_WORD, 0, "link site global"},
-    {"tcp", KIND_WORD, 0, "never refuse"},
+    {"from6", KIND_WORD, 0, "site global"},
+    {"tcp", KIND_WORD, 0, "never"},
 
     {"nodeq", KIND_FLAG, 0, {}},
     {"nodeq.a", KIND_TEXT, 20, {}},
@@ -48,13 +48,9 @@ constexpr key_rule KEY_RULES[] = {
     {"mib", KIND_TEXT, TEXT_LIMIT, {}},
     {"query.id", KIND_TEXT, TEXT_LIMIT, {}},
     {"query.id.absent", KIND_FLAG, 0, {}},
-    {"query.model", KIND_TEXT, TEXT_LIMIT, {}},
-    {"query.model.absent", KIND_FLAG, 0, {}},
-    {"query.mib", KIND_TEXT, TEXT_LIMIT, {}},
-    {"query.mib.absent", KIND_FLAG, 0, {}},
     {"snmp", KIND_FLAG, 0, {}},
     {"snmp.community", KIND_TEXT, TEXT_LIMIT, {}},
-    {"snmp.on", KIND_WORD, 0, "broadcast unicast both"},
+    {"snmp.on", KIND_WORD, 0, "broadcast unicast"},
     {"snmp.error", KIND_NUMBER, 255, {}},
     {"snmp.reqid", KIND_WORD, 0, "wrong"},
     {"snmp.raw", KIND_BYTES, TEXT_LIMIT, {}},
@@ -68,9 +64,7 @@ constexpr key_rule KEY_RULES[] = {
 
     {"slp.url", KIND_TEXT, TEXT_LIMIT, {}},
     {"slp.scopes", KIND_TEXT, TEXT_LIMIT, {}},
-    {"slp.lifetime", KIND_NUMBER, UINT16_MAX, {}},
     {"slp.mtu", KIND_NUMBER, TEXT_LIMIT, {}},
-    {"slp.error", KIND_NUMBER, UINT16_MAX, {}},
     {"slp.lie", KIND_WORD, 0,
      "count url-length length language xid version function error truncate overflow auth"},
     {"slp.raw", KIND_BYTES, TEXT_LIMIT, {}},
@@ -85,7 +79,7 @@ constexpr key_rule KEY_RULES[] = {
     {"slp.da.overflow", KIND_FLAG, 0, {}},
     {"slp.da.scopes", KIND_TEXT, TEXT_LIMIT, {}},
     {"slp.da.silent", KIND_FLAG, 0, {}},
-    {"slp.da.tcp", KIND_WORD, 0, "whole refuse silent short"},
+    {"slp.da.tcp", KIND_WORD, 0, "short"},
 };
 
 static bool is_one_of(std::string_view word, std::string_view words)

@@ -15,7 +15,7 @@
 
 constexpr uint32_t SLP_GROUP = 0xEFFFFFFD; // 239.255.255.253
 constexpr long DEFAULT_MTU = 1400;         // bytes of a message
-constexpr long DEFAULT_LIFETIME = 10800;   // seconds
+constexpr long LIFETIME_S = 10800;         // seconds
 constexpr size_t XID_OFFSET = 10;
 constexpr size_t NO_LIMIT = SIZE_MAX;
 constexpr std::string_view PRINTER_TYPE = "service:printer";
@@ -88,14 +88,13 @@ static slp_answer begin_answer(const device &one, const slp_request &request)
     slp_answer answer;
     answer.xid = request.xid;
     answer.language = request.language;
-    answer.lifetime = static_cast<uint16_t>(device_number(one, "slp.lifetime", DEFAULT_LIFETIME));
+    answer.lifetime = LIFETIME_S;
     answer.lie = device_text(one, "slp.lie");
     answer.authenticated = answer.lie == "auth";
     if (answer.lie == "overflow")
         answer.flags |= SLP_FLAG_OVERFLOW;
     if (answer.lie == "error")
         answer.error = SLP_ERROR_PARSE;
-    answer.error = static_cast<uint16_t>(device_number(one, "slp.error", answer.error));
     return answer;
 }
 
@@ -200,11 +199,8 @@ static void answer_connection(const fleet &devices, tcp_connection &connection)
         return;
     }
     const device &one = devices.devices[connection.device];
-    const std::string shape = device_text(one, "slp.da.tcp", "whole");
     const std::string reply = agent_reply(devices, one, read, OVER_TCP, false);
-    if (shape == "silent")
-        return;
-    if (shape == "short") {
+    if (device_has(one, "slp.da.tcp")) {
         tcp_send(connection, std::string_view(reply).substr(0, reply.size() / 2), 0);
         tcp_close(connection);
         return;
@@ -219,9 +215,7 @@ int slp_listen(const fleet &devices)
 {
     for (size_t index = 0; index < devices.devices.size(); ++index) {
         const device &one = devices.devices[index];
-        const bool listens =
-            device_has(one, "slp.tcp") ||
-            (device_has(one, "slp.da") && device_text(one, "slp.da.tcp") != "refuse");
+        const bool listens = device_has(one, "slp.tcp") || device_has(one, "slp.da");
         if (!listens || one.unreachable || !one.has_ipv4)
             continue;
         if (tcp_listen(SLP_TCP, index, endpoint_of_ipv4(one.ipv4), SLP_PORT) != 0) {
