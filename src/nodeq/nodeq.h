@@ -5,8 +5,8 @@
 
 /// Broadcasts two requests, 100 ms apart, and records every address that answers. A target that
 /// begins with "u", the IPv6 one, is not served: nothing is sent. Returns 0, -1 when the socket
-/// cannot be set up, -2 when a request cannot be sent anywhere; both are reported on standard output, and
-/// what was found before stays in the list.
+/// cannot be set up, -2 when a request cannot be sent anywhere; both are reported on standard
+/// output, and what was found before stays in the list.
 int discover_using_nodeq(device_list *devices, const char *target);
 
 /// Returns a UDP socket that may broadcast, which the caller closes; -1 when there is none, -2
