@@ -1,5 +1,5 @@
 // Runs a command several times and prints one line of what the slowest run took.
-// Usage: measure [--alone] RUNS WAITS COMMAND [ARG...]
+// Usage: measure RUNS WAITS [--alone] COMMAND [ARG...]
 // Prints: wall milliseconds, milliseconds beyond WAITS, processor milliseconds of all its
 // processes (with --alone: of its first one), KiB of the largest one, and the fewest device lines
 // of a run.
@@ -88,10 +88,10 @@ bool measure_once(char **command, bool alone, measurement *result)
 
 int main(int argc, char **argv)
 {
-    const bool alone = argc > 1 && strcmp(argv[1], "--alone") == 0;
-    argv += alone ? 1 : 0;
-    if (argc - (alone ? 1 : 0) < 4) {
-        fputs("usage: measure [--alone] RUNS WAITS COMMAND [ARG...]\n", stderr);
+    const bool alone = argc > 3 && strcmp(argv[3], "--alone") == 0;
+    const int first = alone ? 4 : 3;
+    if (argc <= first) {
+        fputs("usage: measure RUNS WAITS [--alone] COMMAND [ARG...]\n", stderr);
         return EXIT_FAILURE;
     }
     const long runs = strtol(argv[1], nullptr, 10);
@@ -99,8 +99,8 @@ int main(int argc, char **argv)
     measurement worst;
     for (long i = 0; i < runs; ++i) {
         measurement run;
-        if (!measure_once(argv + 3, alone, &run)) {
-            fprintf(stderr, "measure: %s failed\n", argv[3]);
+        if (!measure_once(argv + first, alone, &run)) {
+            fprintf(stderr, "measure: %s failed\n", argv[first]);
             return EXIT_FAILURE;
         }
         worst.devices = i == 0 ? run.devices : std::min(worst.devices, run.devices);
