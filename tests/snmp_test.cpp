@@ -64,10 +64,13 @@ int64_t traced_us(const std::string &log, const std::string &name)
 {
     const std::string label = ":\t" + name + ": ";
     const size_t found = log.rfind(label);
-    unsigned seconds = 0;
-    unsigned microseconds = 0;
-    if (found != std::string::npos)
-        sscanf(log.c_str() + found + label.size(), "%u sec %u usec", &seconds, &microseconds);
+    if (found == std::string::npos)
+        return -1;
+    std::istringstream words(log.substr(found + label.size()));
+    int64_t seconds = 0;
+    int64_t microseconds = 0;
+    std::string unit;
+    words >> seconds >> unit >> microseconds;
     return seconds * MICROSECONDS_PER_SECOND + microseconds;
 }
 
