@@ -398,12 +398,12 @@ TEST(Lab, ReadsNoMibFileWhateverTheHostIsConfiguredTo)
     const scratch_folder folder;
     const std::string host =
         folder.write("snmp.conf", "mibs +ALL\nmibdirs /usr/share/snmp/mibs:/etc\n");
-    const lab_result result = run_in_lab(
-        {"device 10.9.1.1 id=\"MFG:A;MDL:m;CLS:PRINTER\"\n", {}},
-        {"/bin/bash", "-c",
-         "SNMPCONFPATH=\"$1\" ASAN_OPTIONS=detect_leaks=0 strace -f -e trace=open,openat \"$0\" "
-         "-s --snmp 2>&1 | grep -E 'mibs|MIB|^ip:|snmp.conf'",
-         DEVSCOUT_PROGRAM, folder.path.string()});
+    const char *const trace = "SNMPCONFPATH=\"$1\" ASAN_OPTIONS=detect_leaks=0 "
+                              "strace -f -e trace=open,openat \"$0\" -s --snmp 2>&1 | "
+                              "grep -E 'mibs|MIB|^ip:|snmp.conf'";
+    const lab_result result =
+        run_in_lab({"device 10.9.1.1 id=\"MFG:A;MDL:m;CLS:PRINTER\"\n", {}},
+                   {"/bin/bash", "-c", trace, DEVSCOUT_PROGRAM, folder.path.string()});
     SKIP_NO_LAB(result);
     EXPECT_NE(result.program.out.find(host), std::string::npos);
     EXPECT_EQ(result.program.out.find("mibs"), std::string::npos) << result.program.out;
