@@ -422,9 +422,9 @@ TEST(Lab, WorksWithDescriptorsOfAnyNumberAndWithoutStandardStreams)
 
     const scratch_folder tmp; // the log must not take the place of the standard output
     tmp.write("devscout_snmp.lcf", "");
-    const lab_result closed =
-        run_in_lab({OFFICE, {"--tmp", tmp.path.string()}},
-                   {"/bin/bash", "-c", "\"$0\" -s --time --snmp >&-; echo $?", DEVSCOUT_PROGRAM});
+    const lab_result closed = run_in_lab(
+        {OFFICE, {"--tmp", tmp.path.string()}},
+        {"/bin/bash", "-c", "\"$0\" -s --time --snmp <&- >&-; echo $?", DEVSCOUT_PROGRAM});
     EXPECT_EQ(closed.program.out, "0\n");
     const std::string log = content_of(tmp.path / "devscout_snmp.log");
     EXPECT_EQ(line_count(log, "INFO: 20"), 2U) << log;
