@@ -1,11 +1,11 @@
 // Shell commands whose output is read, and the end of a process with all that it has started.
 #include "io/process.h"
 
-#include "config/text.h"
 #include "io/stream.h"
 
 #include <cerrno>
 #include <csignal>
+#include <cstdlib>
 #include <fcntl.h>
 #include <spawn.h>
 #include <sys/wait.h>
@@ -39,7 +39,7 @@ file_stream open_children(pid_t pid)
 {
     // Where /proc is that of another container, its numbers stand for strangers.
     char self[NUMBER_SIZE] = "";
-    if (readlink("/proc/self", self, sizeof self - 1) < 0 || decimal_value(self) != getpid())
+    if (readlink("/proc/self", self, sizeof self - 1) < 0 || strtol(self, nullptr, 10) != getpid())
         return nullptr;
     char path[PATH_SIZE];
     snprintf(path, sizeof path, "/proc/%d/task/%d/children", pid, pid);
@@ -83,7 +83,7 @@ void kill_process_tree(pid_t pid)
     const file_stream children = open_children(pid);
     char child[NUMBER_SIZE];
     while (children && fscanf(children.get(), "%15s", child) == 1)
-        kill_process_tree(decimal_value(child));
+        kill_process_tree(static_cast<pid_t>(strtol(child, nullptr, 10)));
     kill(pid, SIGKILL);
     waitpid(pid, nullptr, 0); // of no effect on other processes' children
 }
