@@ -96,7 +96,7 @@ TEST(SlpConvergence, FloodDoesNotProlongAWait)
             played->send(2);
         return SLP_DATAGRAM_FOREIGN;
     };
-    converge(&group, {1, {50}}, read_and_feed, [&group] {
+    converge(&group, {1, {400}}, read_and_feed, [&group] {
         group.hear();
         group.send(1);
     });
