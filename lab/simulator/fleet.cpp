@@ -122,7 +122,7 @@ static void set_ipv6(device &one, int network_number, const in6_addr &id, uint32
 }
 
 // What a device line says before it is counted out into devices.
-struct device_line {
+struct fleet_line {
     bool has_ipv4 = false;
     bool has_ipv6 = false;
     uint32_t ipv4 = 0;
@@ -131,7 +131,7 @@ struct device_line {
     std::vector<word> words;
 };
 
-static std::string read_device_line(const std::vector<word> &words, device_line &line)
+static std::string read_device_line(const std::vector<word> &words, fleet_line &line)
 {
     in_addr address = {};
     if (words.size() < 2 || words[0].key != "device" || words[1].has_value)
@@ -178,7 +178,7 @@ static bool is_taken_by_lab(const device &one, int network)
     return ntohl(id[1]) == AGENT_IPV6_ID;
 }
 
-static std::string add_device(fleet &devices, const device_line &line, uint32_t step)
+static std::string add_device(fleet &devices, const fleet_line &line, uint32_t step)
 {
     device one;
     const size_t index = devices.devices.size();
@@ -214,7 +214,7 @@ static std::string read_line(const std::string &text, fleet &devices)
     std::string wrong = split_words(text, words);
     if (!wrong.empty() || words.empty())
         return wrong;
-    device_line line;
+    fleet_line line;
     wrong = read_device_line(words, line);
     for (long step = 0; step < line.count && wrong.empty(); ++step)
         wrong = add_device(devices, line, static_cast<uint32_t>(step));
