@@ -7,8 +7,7 @@
 TEST(LabSlp, ListsAnnouncedPrintersWithTheirProtocols)
 {
     const lab_setup lab = {
-        "device 10.9.1.1 slp.url=\"service:printer:lpr://%a:515/queue\" "
-        "id=\"MFG:Taliven;MDL:QD-1;CLS:PRINTER\"\n"
+        "device 10.9.1.1 slp.url=\"service:printer:lpr://%a:515/queue\"\n"
         "device 10.9.1.2 slp.url=\"service:printer:ipp://%a/ipp\"\n"
         "device 10.9.1.3 slp.url=\"service:printer:raw-tcp://%a:9100\" "
         "slp.url=\"service:printer:ipp://%a:631/ipp\" slp.repeat=2\n"
@@ -17,17 +16,11 @@ TEST(LabSlp, ListsAnnouncedPrintersWithTheirProtocols)
         "device 10.9.1.6 slp.url=\"service:printer:ipps://a-host-of-many-characters/\"\n"
         "device 10.9.1.7 slp.url=\"service:printer:lpr://%a\" slp.scopes=other\n",
         {}};
-    const lab_result child = devscout_in_lab(lab, {"-s", "--slp"});
-    SKIP_NO_LAB(child);
-    const std::string first = announced("10.9.1.1", "1,0,1,0");
-    const std::string others = announced("10.9.1.2", "1,1,0,0") + announced("10.9.1.3", "1,1,0,1") +
-                               announced("10.9.1.4", "0,0,0,0") +
-                               announced("a-host-of-many-", "1,1,0,0");
-    EXPECT_EQ(sorted_devices(child.program.out), first + others);
-    EXPECT_EQ(child.program.err, "");
-
-    const lab_result parent = devscout_in_lab(lab, {});
-    const std::string numbers = first.substr(0, first.find(" vendor:"));
-    EXPECT_EQ(sorted_devices(parent.program.out),
-              numbers + " vendor: Taliven dsc: \"QD-1\"\n" + others);
+    const lab_result result = devscout_in_lab(lab, {"-s", "--slp"});
+    SKIP_NO_LAB(result);
+    EXPECT_EQ(sorted_devices(result.program.out),
+              announced("10.9.1.1", "1,0,1,0") + announced("10.9.1.2", "1,1,0,0") +
+                  announced("10.9.1.3", "1,1,0,1") + announced("10.9.1.4", "0,0,0,0") +
+                  announced("a-host-of-many-", "1,1,0,0"));
+    EXPECT_EQ(result.program.err, "");
 }

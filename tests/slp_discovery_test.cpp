@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <string>
 #include <vector>
 
@@ -26,7 +25,7 @@ struct played_library {
 };
 
 played_library library;
-std::vector<std::string> asked; // of the library
+std::string asked; // of the library
 
 /// Runs a search and returns its result and the records that it leaves.
 std::string discovered(const played_library &played)
@@ -50,20 +49,20 @@ std::string discovered(const played_library &played)
 
 SLPError SLPOpen(const char *language, SLPBoolean is_async, SLPHandle *handle)
 {
-    asked.push_back("open "s + language + (is_async ? " async" : ""));
+    asked += "open "s + language + (is_async ? " async, " : ", ");
     *handle = &library;
     return library.open_code;
 }
 
 void SLPClose(SLPHandle handle)
 {
-    asked.emplace_back(handle == &library ? "close" : "close of another handle");
+    asked += handle == &library ? "close, " : "close of another handle, ";
 }
 
 SLPError SLPFindSrvs(SLPHandle handle, const char *type, const char *scopes, const char *filter,
                      SLPSrvURLCallback callback, void *cookie)
 {
-    asked.push_back("find "s + type);
+    asked += "find "s + type + ", ";
     EXPECT_TRUE(scopes == nullptr && filter == nullptr);
     for (const played_call &call : library.calls)
         EXPECT_EQ(callback(handle, call.url, 300, call.code, cookie), SLP_TRUE);
@@ -72,36 +71,20 @@ SLPError SLPFindSrvs(SLPHandle handle, const char *type, const char *scopes, con
 
 TEST(SlpDiscovery, UrlsBecomeRecordsWithTheirProtocols)
 {
-    const std::string long_host = "service:printer:ipp://" + std::string(500, 'h') + "/";
     const struct {
         std::vector<played_call> calls;
         const char *records;
     } cases[] = {
-        {{{"service:printer:lpr://192.168.1.20:515/queue"}}, "[192.168.1.20 1010]"},
-        {{{"service:printer:raw-tcp://a:9100"}, {"service:printer:ipp://a/ipp"}}, "[a 1101]"},
-        {{{"service:printer:socket://10.0.0.1:9100"}}, "[10.0.0.1 0000]"},
-        {{{"service:printer:ipps://10.0.0.1"}}, "[10.0.0.1 1100]"},
         {{{"service:printer:socket://b"}, {"service:printer:lpr://a"}, {"service:printer:lpr://b"}},
          "[b 1010][a 1010]"},
-        {{{"service:scanner:lpr://a"}, {nullptr}, {""}, {"service:printer"}}, ""},
-        {{{"service:printer://a"}, {"service:printer:lpr:a"}, {"service:printer:lpr:/a"}}, ""},
-        {{{"x://y;service:printer:lpr://10.0.0.1"}}, "[10.0.0.1 1010]"},
-        {{{"service:printer:lpr:x://10.0.0.1"}}, "[10.0.0.1 1010]"},
+        {{{nullptr}, {""}, {"service:printer"}, {"service:printer:lpr:/a"}}, ""},
+        {{{"x://y;service:printer:lpr:x://10.0.0.1"}}, "[10.0.0.1 1010]"},
         {{{"service:printer:LPR://10.0.0.1"}}, "[10.0.0.1 0000]"},
         {{{"service:printer:ipp://255.255.255.2550"}}, "[255.255.255.255 1100]"},
-        {{{long_host.c_str()}}, "[hhhhhhhhhhhhhhh 1100]"},
         {{{"service:printer:ipp:///queue"}, {"service:printer:lpr://"}}, "[ 1110]"},
     };
     for (const auto &c : cases)
         EXPECT_EQ(discovered({SLP_OK, SLP_OK, c.calls}), "0 "s + c.records);
-}
-
-TEST(SlpDiscovery, FailedOpeningIsReportedAndEndsIt)
-{
-    testing::internal::CaptureStdout();
-    EXPECT_EQ(discovered({SLP_NETWORK_INIT_FAILED, SLP_OK, {}}), "-20 ");
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "Error opening slp handle -20\n");
-    EXPECT_EQ(asked, std::vector<std::string>{"open en"});
 }
 
 TEST(SlpDiscovery, ResultIsTheFailureThatTheSearchEndedWith)
@@ -113,17 +96,18 @@ TEST(SlpDiscovery, ResultIsTheFailureThatTheSearchEndedWith)
     const struct {
         played_library played;
         const char *discovered;
+        const char *asked = "open en, find service:printer, close, ";
     } cases[] = {
         {{SLP_OK, SLP_OK, {url, last}}, "0 [10.0.0.1 1010]"},
         {{SLP_OK, SLP_OK, {url, failure}}, "-23 [10.0.0.1 1010]"},
         {{SLP_OK, SLP_OK, {failure, url}}, "0 [10.0.0.1 1010]"},
         {{SLP_OK, SLP_OK, {failure, scanner}}, "-23 "},
         {{SLP_OK, SLP_OK, {failure, last}}, "0 "},
-        {{SLP_OK, SLP_HANDLE_IN_USE, {}}, "-25 "},
         {{SLP_OK, SLP_PARAMETER_BAD, {url, failure}}, "-22 [10.0.0.1 1010]"},
+        {{SLP_NETWORK_INIT_FAILED, SLP_OK, {}}, "-20 ", "open en, "},
     };
     for (const auto &c : cases) {
         EXPECT_EQ(discovered(c.played), c.discovered);
-        EXPECT_EQ(asked, (std::vector<std::string>{"open en", "find service:printer", "close"}));
+        EXPECT_EQ(asked, c.asked);
     }
 }

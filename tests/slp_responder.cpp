@@ -10,9 +10,11 @@
 #include <cstring>
 #include <future>
 #include <gtest/gtest.h>
+#include <map>
 #include <poll.h>
 #include <sstream>
 #include <sys/socket.h>
+#include <thread>
 
 namespace
 {
@@ -20,13 +22,15 @@ namespace
 constexpr size_t PIECE_SIZE = 7; // of what is sent over TCP
 constexpr char URL[] = "service:printer:lpr://10.0.0.1/";
 const std::vector<std::string> USUAL_TEXTS = {"", "en", "service:printer", "default"};
+constexpr char NETWORK[] = "127.0.0.";
+constexpr char DIRECTORY_AGENT[] = "service:directory-agent";
 
 struct played_agents {
-    const std::vector<exchange> &talk;
-    std::vector<std::string> heard;
-    uint16_t port;
-    descriptor sockets[6]; ///< UDP and TCP of each address
-    size_t advert_xid = 0; ///< of the last request for adverts
+    std::istringstream talk;           ///< the exchanges still to come, a semicolon behind each
+    std::vector<std::string> messages; ///< the next one first
+    uint16_t port = 0;
+    descriptor sockets[6] = {};              ///< UDP and TCP of each address
+    std::map<std::string, size_t> xids = {}; ///< by the address asked, and its type for adverts
 };
 
 /// The last number of the sender's address, and the bytes.
@@ -36,7 +40,7 @@ using played_answer = std::pair<std::string, std::string>;
 int bind_new(int type, const std::string &last, uint16_t *port)
 {
     descriptor opened(socket(AF_INET, type | SOCK_CLOEXEC, 0));
-    struct sockaddr_in own = {AF_INET, htons(*port), {inet_addr(("127.0.0." + last).c_str())}, {}};
+    struct sockaddr_in own = {AF_INET, htons(*port), {inet_addr((NETWORK + last).c_str())}, {}};
     auto *plain = reinterpret_cast<struct sockaddr *>(&own);
     socklen_t size = sizeof own;
     if (bind(opened.fd, plain, size) != 0 || getsockname(opened.fd, plain, &size) != 0 ||
@@ -59,16 +63,20 @@ bool listen_on_all(played_agents *agents)
     return true;
 }
 
-std::string reply(const std::string &brief)
+std::string reply(played_agents *agents, const std::string &brief)
 {
     const auto has = [&brief](char mark) { return brief.find(mark) != std::string::npos; };
+    if (brief[0] == '*') {
+        std::rotate(agents->messages.begin(), agents->messages.begin() + 1, agents->messages.end());
+        return agents->messages.back();
+    }
     if (brief[0] == '=')
         return wire_advert("service:directory-agent://da", brief.substr(1));
     if (has('!'))
         return wire_message(WIRE_REPLY, 0, wire_number(4, 2));
     std::vector<std::string> entries;
     for (const char letter : brief)
-        if (letter >= 'A' && letter <= 'C')
+        if (letter >= 'A' && letter <= 'Z')
             entries.push_back(wire_url(std::string(URL) + letter));
     std::string whole = wire_reply(entries, has('+') ? WIRE_OVERFLOW : 0);
     if (has('?'))
@@ -81,32 +89,33 @@ std::vector<played_answer> hear(played_agents *agents, const std::string &way,
                                 const std::string &listener, const std::string &request)
 {
     std::string seen = way + listener;
-    for (const std::string &text : wire_request_texts(request))
-        if (std::count(USUAL_TEXTS.begin(), USUAL_TEXTS.end(), text) == 0)
+    std::string kind = listener;
+    for (const std::string &text : wire_request_texts(request)) {
+        if (text == DIRECTORY_AGENT)
+            kind += text;
+        else if (std::count(USUAL_TEXTS.begin(), USUAL_TEXTS.end(), text) == 0)
             seen += " " + text;
-    agents->heard.push_back(seen);
-    std::vector<played_answer> answers;
-    if (agents->heard.size() > agents->talk.size())
-        return answers;
-    const exchange &current = agents->talk[agents->heard.size() - 1];
-    for (const std::string &message : current.messages)
-        answers.emplace_back("2", message);
-    std::istringstream replies(current.replies);
-    for (std::string brief; replies >> brief;) {
-        const size_t at = brief.find('@');
-        answers.emplace_back(at == std::string::npos ? listener : brief.substr(at + 1),
-                             reply(brief));
     }
+    for (size_t at = 0; (at = seen.find(NETWORK)) != std::string::npos;)
+        seen.erase(at, strlen(NETWORK));
     const size_t xid = wire_number_at(request, XID_FIELD);
     EXPECT_NE(xid, 0U);
-    if (seen.find("service:directory-agent") != std::string::npos)
-        agents->advert_xid = xid;
-    for (auto &[sender, bytes] : answers) {
-        if (bytes.size() < XID_FIELD.at + XID_FIELD.width)
-            continue;
-        const bool is_advert = wire_number_at(bytes, FUNCTION_FIELD) == WIRE_ADVERT;
-        const size_t asked = is_advert && agents->advert_xid != 0 ? agents->advert_xid : xid;
-        bytes = wire_with(bytes, XID_FIELD, wire_number_at(bytes, XID_FIELD) ^ WIRE_XID ^ asked);
+    EXPECT_EQ(agents->xids.emplace(kind, xid).first->second, xid) << "one number a search";
+    std::string expected;
+    std::string replies;
+    std::getline(agents->talk >> std::ws, expected, ':');
+    std::getline(agents->talk, replies, ';');
+    EXPECT_EQ(seen + (kind != listener ? " DA" : ""), expected);
+    std::istringstream briefs(replies);
+    std::vector<played_answer> answers;
+    for (std::string brief; briefs >> brief;) {
+        std::string bytes = reply(agents, brief);
+        const size_t asked = brief[0] == '=' ? agents->xids[listener + DIRECTORY_AGENT] : xid;
+        if (bytes.size() >= XID_FIELD.at + XID_FIELD.width)
+            bytes =
+                wire_with(bytes, XID_FIELD, wire_number_at(bytes, XID_FIELD) ^ WIRE_XID ^ asked);
+        const size_t at = brief.find('@');
+        answers.emplace_back(at == std::string::npos ? listener : brief.substr(at + 1), bytes);
     }
     return answers;
 }
@@ -155,11 +164,6 @@ void serve_for_a_moment(played_agents *agents)
             (i % 2 == 0 ? serve_udp : serve_tcp)(agents, waited[i].fd, std::to_string(i / 2 + 1));
 }
 
-struct told_calls {
-    std::string text;
-    size_t left; ///< calls until the one that is refused
-};
-
 SLPBoolean note_call(SLPHandle handle, const char *url, unsigned short lifetime, SLPError code,
                      void *cookie)
 {
@@ -167,44 +171,38 @@ SLPBoolean note_call(SLPHandle handle, const char *url, unsigned short lifetime,
     EXPECT_EQ(SLPFindSrvs(handle, "service:x", nullptr, nullptr, note_call, cookie),
               SLP_HANDLE_IN_USE);
     SLPClose(handle);
-    auto *told = static_cast<told_calls *>(cookie);
     EXPECT_TRUE(code == SLP_OK ? lifetime == 300 : code == SLP_LAST_CALL && url == nullptr);
-    const std::string text = url != nullptr ? url : "last";
-    told->text += (text.rfind(URL, 0) == 0 ? text.substr(strlen(URL)) : text) + " ";
-    return --told->left > 0 ? SLP_TRUE : SLP_FALSE;
+    std::string text = url != nullptr ? url : "last";
+    if (text.rfind(URL, 0) == 0)
+        text.erase(0, strlen(URL));
+    *static_cast<std::string *>(cookie) += text + " ";
+    if (text == "P")
+        std::this_thread::sleep_for(std::chrono::seconds(1));
+    return text == "R" ? SLP_FALSE : SLP_TRUE;
 }
 
 } // namespace
 
-std::string search(const std::vector<exchange> &talk, const slp_configure &configure,
-                   size_t refused)
+std::string search(const std::string &talk, const std::string &configuration,
+                   const std::vector<std::string> &messages)
 {
-    played_agents agents = {talk, {}, 0, {}};
-    int attempts = 1;
-    while (!listen_on_all(&agents) && attempts < 50)
-        ++attempts;
-    EXPECT_LT(attempts, 50);
-    SLPHandle handle = nullptr;
-    EXPECT_EQ(SLPOpen("en", SLP_FALSE, &handle), SLP_OK);
-    slp_settings *settings = &static_cast<slp_agent *>(handle)->settings;
-    *settings = {{}, "127.0.0.1", "127.0.0.1", agents.port};
-    settings->properties.interfaces = {"127.0.0.1"};
-    settings->properties.active_da_detection = false;
-    settings->properties.multicast_timeouts = {4, {300, 300, 300, 300}};
-    settings->properties.da_discovery_timeouts = {4, {300, 300, 300, 300}};
-    if (configure)
-        configure(settings);
-    told_calls told = {"", refused};
-    auto code = std::async(std::launch::async, [handle, &told] {
-        return SLPFindSrvs(handle, "service:printer", nullptr, nullptr, note_call, &told);
+    played_agents agents = {std::istringstream(talk + ";"), messages};
+    for (int left = 50; !listen_on_all(&agents); --left)
+        if (left == 0)
+            return "no port is free on all addresses";
+    slp_agent agent = {{{}, "127.0.0.1", "127.0.0.1", agents.port}, "en"};
+    slp_properties_parse("net.slp.interfaces = 127.0.0.1\nnet.slp.activeDADetection = no\n"
+                         "net.slp.multicastTimeouts = 300,300,300,300\n" +
+                             configuration,
+                         &agent.settings.properties);
+    std::string told;
+    auto code = std::async(std::launch::async, [&agent, &told] {
+        return SLPFindSrvs(&agent, "service:printer", nullptr, nullptr, note_call, &told);
     });
     while (code.wait_for(std::chrono::seconds(0)) != std::future_status::ready)
         serve_for_a_moment(&agents);
-    SLPClose(handle);
-    std::vector<std::string> expected;
-    expected.reserve(talk.size());
-    for (const exchange &each : talk)
-        expected.push_back(each.request);
-    EXPECT_EQ(agents.heard, expected);
-    return told.text + std::to_string(code.get());
+    std::string unheard;
+    std::getline(agents.talk >> std::ws, unheard, ';');
+    EXPECT_EQ(unheard, "");
+    return told + std::to_string(code.get());
 }

@@ -1,134 +1,102 @@
 // Whole searches by multicast against played agents, and the calls of the API.
 #include "slp_responder.h"
 
+#include "io/stream.h"
 #include "slp/agent/agent.h"
 #include "slp/agent/slp.h"
+#include "slp/agent/transport.h"
 
 #include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <thread>
 
 TEST(SlpSearch, ConvergesUntilNobodyNewAnswers)
 {
-    EXPECT_EQ(search({{"group 1", ""}, {"group 1", ""}, {"group 1", ""}}), "last 0");
+    EXPECT_EQ(search("group 1:; group 1:; group 1:"), "last 0");
     // The last one has answered before, so the search is over all the same.
-    EXPECT_EQ(search({{"group 1", ""},
-                      {"group 1", "A@2 A@2"},
-                      {"group 1 127.0.0.2", "AB@3"},
-                      {"group 1 127.0.0.2,127.0.0.3", ""},
-                      {"group 1 127.0.0.2,127.0.0.3", "C@2"}},
-                     [](slp_settings *settings) {
-                         settings->properties.multicast_timeouts = {5, {200, 200, 200, 200, 200}};
-                     }),
+    EXPECT_EQ(search("group 1:; group 1: A@2 A@2; group 1 2: AB@3; group 1 2,3:; group 1 2,3: C@2",
+                     "net.slp.multicastTimeouts = 200,200,200,200,200"),
               "A B C last 0");
+}
+
+TEST(SlpSearch, WhatArrivesDuringAPauseCountsAndAFloodProlongsNoWait)
+{
+    std::string many;
+    for (int i = 0; i < 5000; ++i)
+        many += " -";
+    // More than a receive buffer of usual size holds; the pause is longer than three waits.
+    EXPECT_EQ(search("group 1: P" + many.substr(0, 800) +
+                     " C; group 1 1: B@3; group 1 1,3:; group 1 1,3:"),
+              "P C B last 0");
+    EXPECT_EQ(search("group 1: P" + many + " C", "net.slp.multicastTimeouts = 300"), "P last 0");
 }
 
 TEST(SlpSearch, LyingRepliesAreDroppedAndTheSearchGoesOn)
 {
     const std::string unusable = wire_reply(
         {wire_url(""), wire_url({'x', '\0', 'y'}), wire_url("x\nip: 10.0.0.2"), wire_url("x\x7f")});
-    EXPECT_EQ(search({{"group 1",
-                       "A?@2 !@2 BC<@3",
-                       {"", "garbage that is long enough to be a header",
-                        wire_advert("service:directory-agent://127.0.0.9", "default")}},
-                      {"group 1 127.0.0.3", "", {unusable}},
-                      {"group 1 127.0.0.3,127.0.0.2", ""},
-                      {"group 1 127.0.0.3,127.0.0.2", ""}}),
+    EXPECT_EQ(search("group 1: * * A?@2 !@2 BC<@3; group 1 3: *@2; group 1 3,2:; group 1 3,2:", "",
+                     {"", "garbage that is long enough to be a header", unusable}),
               "B last 0");
 }
 
 TEST(SlpSearch, RepliesThatDidNotFitAreAskedForOverTcpOnceTheSearchIsOver)
 {
-    const auto over = [](size_t senders) {
-        std::string replies;
-        for (size_t i = 0; i < senders; ++i)
-            replies += "A+@" + std::to_string(10 + i) + " ";
-        return replies;
-    };
+    const std::string fifteen = "group 1: A+@10 A+@11 A+@12 A+@13 A+@14 A+@15 A+@16 A+@17 A+@18 "
+                                "A+@19 A+@20 A+@21 A+@22 A+@23 A+@24 ";
     const struct {
-        const char *name;
-        std::string replies;
+        std::string talk;
         const char *told;
-        std::vector<exchange> asked;
     } cases[] = {
-        {"whole", "A+@2", "A B C last 0", {{"tcp 2", "ABC"}}},
-        {"twice", "A+@2 A+@2 B@3", "A B C last 0", {{"tcp 2", "C"}}},
-        {"failures", "A+@10 A+@2 B+@3", "A B C last 0", {{"tcp 2", "B<"}, {"tcp 3", "C+"}}},
-        {"sixteen", over(15) + "A+@2", "A B last 0", {{"tcp 2", "B"}}},
-        {"seventeen", over(16) + "A+@2", "A last 0", {}},
+        {"group 1: A+@2 A+@2 B@3; tcp 2: ABC", "A B C last 0"},
+        {"group 1: A+@10 A+@2 B+@3; tcp 2: B<; tcp 3: C+", "A B C last 0"},
+        {fifteen + "A+@2; tcp 2: B", "A B last 0"},
+        {fifteen + "A+@25 A+@2", "A last 0"},
     };
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.name);
-        std::vector<exchange> talk = {{"group 1", c.replies}};
-        talk.insert(talk.end(), c.asked.begin(), c.asked.end());
-        EXPECT_EQ(search(talk,
-                         [](slp_settings *settings) {
-                             settings->properties.multicast_timeouts = {1, {300}};
-                         }),
-                  c.told);
-    }
+    for (const auto &c : cases)
+        EXPECT_EQ(search(c.talk, "net.slp.multicastTimeouts = 300"), c.told) << c.talk;
 }
 
 TEST(SlpSearch, EndsAtEnoughUrlsOrWhenTheCallbackRefuses)
 {
-    const struct {
-        int32_t max_results;
-        size_t refused_call;
-        const char *told;
-    } cases[] = {
-        {1, SIZE_MAX, "A last 0"}, {2, SIZE_MAX, "A B last 0"}, {256, 1, "A 0"}, {256, 2, "A B 0"}};
-    for (const auto &c : cases) {
-        const auto configure = [&c](slp_settings *settings) {
-            settings->properties.max_results = c.max_results;
-        };
-        EXPECT_EQ(search({{"group 1", "ABC"}}, configure, c.refused_call), c.told);
-    }
+    EXPECT_EQ(search("group 1: ABC", "net.slp.maxResults = 2"), "A B last 0");
+    EXPECT_EQ(search("group 1: ARC"), "A R 0");
 }
 
 TEST(SlpSearch, EndsWhenTheNextWaitOrTheNextRequestWouldBeTooLong)
 {
     // 48 bytes of request and the list of answerers must fit the MTU less 28 bytes of headers:
     // six addresses of 10 characters need 65.
-    const std::string six = " 127.0.0.10,127.0.0.11,127.0.0.12,127.0.0.13,127.0.0.14,127.0.0.15";
-    const std::vector<exchange> talk = {{"group 1", "A@10 A@11 A@12 A@13 A@14 A@15"},
-                                        {"group 1" + six, "A@16"},
-                                        {"group 1" + six + ",127.0.0.16", ""}};
+    const std::string one = "group 1: A@10 A@11 A@12 A@13 A@14 A@15";
+    const std::string two = one + "; group 1 10,11,12,13,14,15: A@16";
+    const std::string three = two + "; group 1 10,11,12,13,14,15,16:";
     const struct {
-        int32_t maximum_wait;
-        int32_t mtu;
-        ptrdiff_t requests;
-    } cases[] = {{899, 1400, 2}, {900, 1400, 3}, {100, 1400, 1},
-                 {1200, 140, 1}, {599, 141, 1},  {600, 141, 2}};
+        const char *maximum_wait, *mtu;
+        const std::string &talk;
+    } cases[] = {{"899", "1400", two}, {"900", "1400", three}, {"100", "1400", one},
+                 {"1200", "140", one}, {"599", "141", one},    {"600", "141", two}};
     for (const auto &c : cases) {
-        SCOPED_TRACE(std::to_string(c.maximum_wait) + " " + std::to_string(c.mtu));
-        const auto configure = [&c](slp_settings *settings) {
-            settings->properties.multicast_maximum_wait = c.maximum_wait;
-            settings->properties.mtu = c.mtu;
-        };
-        EXPECT_EQ(search({talk.begin(), talk.begin() + c.requests}, configure), "A last 0");
+        const std::string wait = std::string("net.slp.multicastMaximumWait = ") + c.maximum_wait;
+        const std::string mtu = std::string("\nnet.slp.MTU = ") + c.mtu;
+        EXPECT_EQ(search(c.talk, wait + mtu), "A last 0") << wait << mtu;
     }
 }
 
 TEST(SlpSearch, FailsWhereNothingCanBeSent)
 {
-    const auto no_interface = [](slp_settings *settings) {
-        settings->properties.interfaces = {"192.0.2.1", "no address"};
-    };
-    EXPECT_EQ(search({}, no_interface), std::to_string(SLP_NETWORK_ERROR));
-    const auto long_request = [](slp_settings *settings) {
-        settings->properties.use_scopes = std::string(1000, 's');
-        settings->properties.mtu = 1000;
-    };
-    EXPECT_EQ(search({}, long_request), std::to_string(SLP_BUFFER_OVERFLOW));
+    EXPECT_EQ(search("", "net.slp.interfaces = 192.0.2.1, no address"),
+              std::to_string(SLP_NETWORK_ERROR));
+    EXPECT_EQ(search("", "net.slp.MTU = 1000\nnet.slp.useScopes = " + std::string(1000, 's')),
+              std::to_string(SLP_BUFFER_OVERFLOW));
 }
 
-TEST(SlpSearch, BroadcastTakesThePlaceOfMulticast)
+TEST(SlpSearch, RequestsGoAsFarAsConfigured)
 {
-    const auto configure = [](slp_settings *settings) {
-        settings->properties.is_broadcast_only = true;
-        settings->broadcast_address = "127.0.0.2";
-    };
-    EXPECT_EQ(
-        search({{"group 2", "A"}, {"group 2 127.0.0.2", ""}, {"group 2 127.0.0.2", ""}}, configure),
-        "A last 0");
+    const descriptor socket(slp_open_group_socket(5));
+    int ttl = 0;
+    socklen_t size = sizeof ttl;
+    EXPECT_EQ(getsockopt(socket.fd, IPPROTO_IP, IP_MULTICAST_TTL, &ttl, &size), 0);
+    EXPECT_EQ(ttl, 5);
 }
 
 TEST(SlpApi, ArgumentsAreCheckedAtOnce)
@@ -139,19 +107,14 @@ TEST(SlpApi, ArgumentsAreCheckedAtOnce)
     EXPECT_EQ(handle, nullptr);
     SLPClose(nullptr);
     slp_agent agent;
-    SLPSrvURLCallback *callback = [](SLPHandle, const char *, unsigned short, SLPError, void *) {
-        ADD_FAILURE() << "the callback was called";
+    const auto find = [](SLPHandle used, const char *type, SLPSrvURLCallback *callback) {
+        return SLPFindSrvs(used, type, nullptr, nullptr, callback, nullptr);
+    };
+    const auto accept = [](SLPHandle, const char *, unsigned short, SLPError, void *) {
         return SLP_TRUE;
     };
-    const struct {
-        SLPHandle handle;
-        const char *type;
-        SLPSrvURLCallback *callback;
-    } cases[] = {{nullptr, "service:x", callback},
-                 {&agent, nullptr, callback},
-                 {&agent, "", callback},
-                 {&agent, "service:x", nullptr}};
-    for (const auto &c : cases)
-        EXPECT_EQ(SLPFindSrvs(c.handle, c.type, nullptr, nullptr, c.callback, nullptr),
-                  SLP_PARAMETER_BAD);
+    EXPECT_EQ(find(nullptr, "service:x", accept), SLP_PARAMETER_BAD);
+    EXPECT_EQ(find(&agent, nullptr, accept), SLP_PARAMETER_BAD);
+    EXPECT_EQ(find(&agent, "", accept), SLP_PARAMETER_BAD);
+    EXPECT_EQ(find(&agent, "service:x", nullptr), SLP_PARAMETER_BAD);
 }
