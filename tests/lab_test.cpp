@@ -254,6 +254,7 @@ TEST(Lab, DescribesSingleDevices)
         "device 10.9.1.10 id=\"MFG:Acme;MDL:b\" id.fill=600\n"
         "device 10.9.1.11 id=\"MFG:Acme;MDL:slow;\" snmp.delay=120\n"
         "device 10.9.1.12 id=\"MFG:Acme;MDL:x;\" snmp.on=broadcast\n"
+        "device 10.9.1.13 id=\"MFG:Acme;MDL:too late;\" snmp.delay=380\n"
         "device - id6=::5:1 model=\"Brightmoor 3\"\n";
     const struct {
         const char *ip;
@@ -271,6 +272,7 @@ TEST(Lab, DescribesSingleDevices)
         {"10.9.1.10", "ip: 10.9.1.10       dsc: \"Acme b" + std::string(89, 'x') + "\"\n"},
         {"10.9.1.11", "ip: 10.9.1.11       dsc: \"Acme slow\"\n"},
         {"10.9.1.12", ""},
+        {"10.9.1.13", ""},
         {"10.9.0.161", "ip: 10.9.0.161      dsc: \"Taliven QD-77\"\n"},
         {"fd00:9::5:1", "ip: fd00:9::5:1     dsc: \"Orvel Brightmoor 3\"\n"},
         {"10.9.0.1", ""},

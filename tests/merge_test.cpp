@@ -82,6 +82,19 @@ TEST(MergeLine, ReadsDeviceLinesFromTheFirstFourSlotsAlone)
     }
 }
 
+TEST(MergeLine, TakesOverEveryFieldThatIsPrinted)
+{
+    device_record record;
+    memset(&record, 1, sizeof record); // a further number is not zero either
+    memcpy(record.ip, "10.0.0.5", sizeof "10.0.0.5");
+    memcpy(record.dsc, "QD-77", sizeof "QD-77");
+    memcpy(record.vendor, "Taliven", sizeof "Taliven");
+    parent p;
+    const std::string line = printed_by([&] { print_device_line(&record); });
+    p.read(SNMP_SLOT, line);
+    EXPECT_EQ(p.first(), line);
+}
+
 TEST(MergeDiscovery, QueuesOnlyWhatAnSnmpChildReportsWithoutARealDescription)
 {
     const struct {

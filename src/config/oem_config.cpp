@@ -6,6 +6,8 @@
 
 #include <cstdio>
 #include <cstring>
+#include <iterator>
+#include <string_view>
 
 oem_config actx;
 
@@ -42,6 +44,7 @@ void add_plugin(const char *value)
 struct number_key {
     const char *key;
     int32_t oem_config::*field;
+    int32_t otherwise; ///< where a file does not hold the key
 };
 
 struct text_key {
@@ -52,11 +55,11 @@ struct text_key {
 /// The first key that occurs anywhere in a line takes it, numbers before texts. A key that
 /// contains another one's text stands before it.
 constexpr number_key NUMBER_KEYS[] = {
-    {"MULTIVENDOR=", &oem_config::multivendor},
-    {"PARPORT=", &oem_config::parport},
-    {"PORTPLUGIN=", &oem_config::portplugin},
-    {"SCANNER=", &oem_config::scanner},
-    {"UPDATE_PRINTER_GROUP=", &oem_config::update_printer_group},
+    {"MULTIVENDOR=", &oem_config::multivendor, 0},
+    {"PARPORT=", &oem_config::parport, 1},
+    {"PORTPLUGIN=", &oem_config::portplugin, 1},
+    {"SCANNER=", &oem_config::scanner, 1},
+    {"UPDATE_PRINTER_GROUP=", &oem_config::update_printer_group, 1},
 };
 constexpr text_key TEXT_KEYS[] = {
     {"VENDOR=", set_vendor},
@@ -64,6 +67,32 @@ constexpr text_key TEXT_KEYS[] = {
     {"MODEL=", add_model},
     {"PLUGIN=", add_plugin},
 };
+
+/// Whether `key` holds one of the first `count` keys of a table that is searched before.
+template<typename Key, size_t COUNT>
+constexpr bool is_hidden(std::string_view key, const Key (&earlier)[COUNT], size_t count = COUNT)
+{
+    for (size_t i = 0; i < count; ++i) {
+        if (key.find(earlier[i].key) != std::string_view::npos)
+            return true;
+    }
+    return false;
+}
+
+constexpr bool is_each_key_met()
+{
+    for (size_t i = 0; i < std::size(NUMBER_KEYS); ++i) {
+        if (is_hidden(NUMBER_KEYS[i].key, NUMBER_KEYS, i))
+            return false;
+    }
+    for (size_t i = 0; i < std::size(TEXT_KEYS); ++i) {
+        if (is_hidden(TEXT_KEYS[i].key, NUMBER_KEYS) || is_hidden(TEXT_KEYS[i].key, TEXT_KEYS, i))
+            return false;
+    }
+    return true;
+}
+
+static_assert(is_each_key_met(), "an earlier key takes the lines of one that contains its text");
 
 /// Returns the text behind `key` in `line`, or nullptr when the line does not hold the key.
 const char *value_of(const char *line, const char *key)
@@ -118,11 +147,8 @@ int read_oem_config(const char *program)
         return -1;
     actx.model_count = 0;
     actx.plugin_count = 0;
-    actx.multivendor = 0;
-    actx.parport = 1;
-    actx.portplugin = 1;
-    actx.scanner = 1;
-    actx.update_printer_group = 1;
+    for (const number_key &number : NUMBER_KEYS)
+        actx.*number.field = number.otherwise;
     char line[LINE_SIZE];
     while (fgets(line, sizeof line, file.get()) != nullptr)
         read_line(strip_newline(line));

@@ -30,6 +30,35 @@ constexpr product_line PRODUCT_LINES[] = {
     {"DWO-", "Taliven"}, {"4702d", "RAMO"},  {"Brightmoor", "Orvel"},
 };
 
+/// Whether the text is one of `words`, whatever the case of its letters.
+template<size_t COUNT>
+constexpr bool is_among(const char *const (&words)[COUNT], const char *text)
+{
+    for (const char *word : words) {
+        const char *c = text;
+        while (*c != '\0' && (*c | 0x20) == (*word | 0x20))
+            ++c, ++word;
+        if (*c == '\0' && *word == '\0')
+            return true;
+    }
+    return false;
+}
+
+constexpr bool brands_agree()
+{
+    for (const char *brand : BRAND_PREFIXES) {
+        if (!is_among(MODEL_BRANDS, brand))
+            return false;
+    }
+    for (const product_line &line : PRODUCT_LINES) {
+        if (!is_among(BRAND_PREFIXES, line.vendor))
+            return false;
+    }
+    return true;
+}
+
+static_assert(brands_agree(), "a brand stands in both lists, and a product line's vendor in them");
+
 constexpr size_t VENDOR_BUFFER_SIZE = 32;      ///< what every vendor buffer holds at least
 constexpr char UNSET_VENDOR[] = "FF FF FF FF"; ///< erased memory, printed as hexadecimal pairs
 constexpr char SERIES_SUFFIX[] = " Series";
