@@ -60,6 +60,7 @@ std::string overflowing(const std::string &ip, const std::string &keys)
 
 const agent_case CASES[] = {
     {"FoundAgentOverTcp", "", BOTH + directory("slp.da.overflow"), BY_AGENT, "agents tcp "},
+    {"AgentWithAnError", "", BOTH + directory("slp.da.error=2"), BY_ITSELF, "agents services "},
     {"AgentOfOneScope", "net.slp.useScopes = other,default\n", BOTH + directory("slp.scopes=other"),
      BY_AGENT + BY_ITSELF, "agents services "},
     {"NoDetectionByAWord", "net.slp.activeDADetection = no\n", BOTH + directory(""), BY_ITSELF},
