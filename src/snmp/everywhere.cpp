@@ -16,9 +16,9 @@ egress_plan g_plan;
 
 } // namespace
 
-// The library keeps one request id and one set of time-outs a request, so a request of its own for
-// each interface would be repeated through all of them. Taking the place of the transport's send
-// function, below the requests, keeps it one request.
+// The library keeps one request id and one set of time-outs per request, so a request of its own
+// for each interface would be repeated through all of them. Taking the place of the transport's
+// send function, below the requests, keeps it one request.
 void snmp_send_everywhere(netsnmp_session *session, const egress_plan &plan)
 {
     netsnmp_transport *transport = snmp_sess_transport(snmp_sess_pointer(session));
