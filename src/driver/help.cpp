@@ -10,10 +10,10 @@
 #include <cctype>
 #include <cstdio>
 #include <cstring>
+#include <iterator>
 #include <net/if.h>
 #include <netinet/in.h>
 #include <unistd.h>
-#include <vector>
 
 namespace
 {
@@ -78,24 +78,33 @@ void explain_ignored(const char *argument)
     fprintf(stderr, "devscout: '%s' is no option and is ignored (see devscout(1))\n", text);
 }
 
-void add_interface(std::vector<unsigned> *interfaces, unsigned index)
+/// Interfaces by their index, each once. There is room for those of both families.
+struct interface_set {
+    unsigned indexes[2 * EGRESS_INTERFACES_MAX + 1];
+    size_t count;
+};
+
+void add_interface(interface_set *interfaces, unsigned index)
 {
-    if (index != 0 && std::find(interfaces->begin(), interfaces->end(), index) == interfaces->end())
-        interfaces->push_back(index);
+    unsigned *const end = interfaces->indexes + interfaces->count;
+    if (index != 0 && std::find(interfaces->indexes, end, index) == end &&
+        interfaces->count < std::size(interfaces->indexes))
+        interfaces->indexes[interfaces->count++] = index;
 }
 
-/// The interfaces that the run's requests leave through, each once.
-std::vector<unsigned> asked_interfaces(const run_settings &settings)
+/// The interfaces that the run's requests leave through.
+interface_set asked_interfaces(const run_settings &settings)
 {
-    std::vector<unsigned> found;
+    interface_set found = {};
     for (size_t i = 0; i < METHOD_COUNT; ++i) {
         if (!settings.methods[i])
             continue;
         const bool ipv6 = METHODS[i].target == IPV6_TARGET;
         if (!ipv6)
             add_interface(&found, route_interface({INADDR_BROADCAST}));
-        for (const unsigned index : (ipv6 ? plan_multicast() : plan_broadcast()).interfaces)
-            add_interface(&found, index);
+        const egress_plan plan = ipv6 ? plan_multicast() : plan_broadcast();
+        for (size_t k = 0; k < plan.count; ++k)
+            add_interface(&found, plan.interfaces[k]);
     }
     return found;
 }
@@ -144,14 +153,14 @@ void explain_empty_report(const run_settings &settings)
         return;
     }
     const char *kind = settings.scanner ? "scanner" : "printer";
-    const std::vector<unsigned> interfaces = asked_interfaces(settings);
-    if (interfaces.empty()) {
+    const interface_set interfaces = asked_interfaces(settings);
+    if (interfaces.count == 0) {
         fprintf(stderr, "devscout: no %s was found: there is no interface to ask on\n", kind);
         return;
     }
     char names[NAMES_SIZE] = "";
-    for (const unsigned index : interfaces)
-        append_name(index, names);
+    for (size_t i = 0; i < interfaces.count; ++i)
+        append_name(interfaces.indexes[i], names);
     fprintf(stderr,
             "devscout: no %s was found; asked on %s\n"
             "devscout: a firewall must let in UDP from ports 161, 427 and 6000\n"

@@ -7,17 +7,14 @@
 #include <algorithm>
 #include <arpa/inet.h>
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <net/if.h>
 #include <netinet/in.h>
-#include <string>
 #include <sys/socket.h>
 
 namespace
 {
-
-/// A host of many containers has hundreds of interfaces; more than these are not asked.
-constexpr size_t MAX_INTERFACES = 256;
 
 bool has_flags(const struct ifaddrs *entry, unsigned needed)
 {
@@ -37,26 +34,33 @@ bool has_address(const struct ifaddrs *entry, int family)
     return IN6_IS_ADDR_LINKLOCAL(&address.sin6_addr);
 }
 
-/// The usable interfaces of a family but `known`, each once, in the system's order.
-std::vector<unsigned> usable_interfaces(int family, unsigned known)
+/// The interface that an entry of the system's list belongs to; 0: none.
+unsigned interface_of(const struct ifaddrs *entry)
 {
-    std::vector<unsigned> found;
+    // A further address may stand under a label, "eth0:1".
+    char name[IF_NAMESIZE];
+    const auto length = static_cast<int>(strcspn(entry->ifa_name, ":"));
+    snprintf(name, sizeof name, "%.*s", length, entry->ifa_name);
+    return if_nametoindex(name);
+}
+
+/// Adds the usable interfaces of the plan's family but `known`, each once, in the system's order.
+void add_usable_interfaces(egress_plan *plan, unsigned known)
+{
     const interface_addresses addresses = list_interface_addresses();
-    const unsigned cast = family == AF_INET ? IFF_BROADCAST : IFF_MULTICAST;
+    const unsigned cast = plan->family == AF_INET ? IFF_BROADCAST : IFF_MULTICAST;
+    unsigned *const found = plan->interfaces;
     for (const struct ifaddrs *entry = addresses.get(); entry != nullptr; entry = entry->ifa_next) {
-        if (!has_flags(entry, cast) || !has_address(entry, family))
+        if (!has_flags(entry, cast) || !has_address(entry, plan->family))
             continue;
-        // A further address may stand under a label, "eth0:1".
-        const std::string name(entry->ifa_name, strcspn(entry->ifa_name, ":"));
-        const unsigned index = if_nametoindex(name.c_str());
-        if (index == 0 || index == known || found.size() == MAX_INTERFACES ||
-            std::find(found.begin(), found.end(), index) != found.end())
+        const unsigned index = interface_of(entry);
+        if (index == 0 || index == known || plan->count == EGRESS_INTERFACES_MAX ||
+            std::find(found, found + plan->count, index) != found + plan->count)
             continue;
         // What a port or member sends, its bridge or bond sends too, and the answers come in there.
         if (master_interface(index) == 0)
-            found.push_back(index);
+            found[plan->count++] = index;
     }
-    return found;
 }
 
 /// Sends what follows through that interface; 0 leaves the choice to the system. Returns 0, or -1
@@ -73,13 +77,16 @@ int choose_interface(int socket_fd, int family, unsigned index)
 
 egress_plan plan_broadcast()
 {
-    return {AF_INET, true, usable_interfaces(AF_INET, route_interface({INADDR_BROADCAST}))};
+    egress_plan plan = {AF_INET, true, {}, 0};
+    add_usable_interfaces(&plan, route_interface({INADDR_BROADCAST}));
+    return plan;
 }
 
 egress_plan plan_multicast()
 {
-    egress_plan plan = {AF_INET6, false, usable_interfaces(AF_INET6, 0)};
-    plan.by_route = plan.interfaces.empty();
+    egress_plan plan = {AF_INET6, false, {}, 0};
+    add_usable_interfaces(&plan, 0);
+    plan.by_route = plan.count == 0;
     return plan;
 }
 
@@ -97,9 +104,9 @@ int send_everywhere(int socket_fd, const egress_plan &plan, const std::function<
     };
     if (plan.by_route)
         attempt(0);
-    for (const unsigned index : plan.interfaces)
-        attempt(choose_interface(socket_fd, plan.family, index));
-    if (!plan.interfaces.empty())
+    for (size_t i = 0; i < plan.count; ++i)
+        attempt(choose_interface(socket_fd, plan.family, plan.interfaces[i]));
+    if (plan.count > 0)
         choose_interface(socket_fd, plan.family, 0);
     if (result < 0)
         errno = first_error;

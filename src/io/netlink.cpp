@@ -2,7 +2,6 @@
 #include "io/netlink.h"
 
 #include "io/stream.h"
-#include "io/wait.h"
 
 #include <cstring>
 #include <linux/rtnetlink.h>
@@ -12,7 +11,7 @@
 namespace
 {
 
-constexpr int64_t ANSWER_WAIT_US = 100 * MICROSECONDS_PER_MILLISECOND; // it is there at once
+constexpr int ANSWER_WAIT_MS = 100; // it is there at once
 constexpr size_t ANSWER_SIZE = 32768;
 
 struct route_question {
@@ -54,8 +53,10 @@ uint32_t find_number(const char *attributes, size_t length, unsigned short type)
 uint32_t ask(const struct nlmsghdr *question, size_t size, size_t header_size, unsigned short type)
 {
     const descriptor kernel(socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_ROUTE));
+    struct pollfd waited = {kernel.fd, POLLIN, 0};
+    // Not `wait_for`: a parent asks too, and does not end because nobody reads its output.
     if (kernel.fd < 0 || send(kernel.fd, question, size, 0) < 0 ||
-        wait_for(kernel.fd, POLLIN, ANSWER_WAIT_US) <= 0)
+        poll(&waited, 1, ANSWER_WAIT_MS) <= 0)
         return 0;
     char answer[ANSWER_SIZE];
     const ssize_t received = recv(kernel.fd, answer, sizeof answer, MSG_DONTWAIT);

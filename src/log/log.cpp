@@ -52,7 +52,7 @@ void read_config_line(const char *line, log_config *config)
     if (equals == nullptr)
         return;
     for (const config_key &key : KEYS) {
-        if (strncmp(line, key.name, strlen(key.name)) == 0) {
+        if (begins_with(line, key.name)) {
             const int value = decimal_value(equals + 1);
             config->*key.field = key.is_switch && value != 0 ? 1 : value;
             return;

@@ -25,7 +25,7 @@ struct field_pair {
 bool begins_with_any(const char *text, const char *const (&prefixes)[4])
 {
     for (const char *prefix : prefixes) {
-        if (strncmp(text, prefix, strlen(prefix)) == 0)
+        if (begins_with(text, prefix))
             return true;
     }
     return false;

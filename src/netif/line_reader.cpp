@@ -1,6 +1,8 @@
 // Reading a file or a command's output line by line.
 #include "netif/line_reader.h"
 
+#include "config/text.h"
+
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
@@ -34,9 +36,8 @@ int for_each_line(const char *source, line_callback callback, void *context)
 {
     if (source == nullptr || callback == nullptr)
         return LINES_BAD_ARGUMENT;
-    const size_t prefix = strlen(COMMAND_PREFIX);
-    const bool command = strncmp(source, COMMAND_PREFIX, prefix) == 0;
-    FILE *stream = command ? popen(source + prefix, "re") : fopen(source, "re");
+    const bool command = begins_with(source, COMMAND_PREFIX);
+    FILE *stream = command ? popen(source + strlen(COMMAND_PREFIX), "re") : fopen(source, "re");
     if (stream == nullptr)
         return LINES_NOT_OPENED;
     const int result = read_lines(stream, callback, context);

@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <functional>
 #include <netinet/in.h>
 #include <poll.h>
 #include <sys/socket.h>
@@ -94,11 +95,12 @@ int nodeq_send_request(int socket_fd)
     uint8_t request[NODEQ_REQUEST_SIZE];
     nodeq_build_request(request);
     const struct sockaddr_in everybody = ipv4_socket_address({htonl(INADDR_BROADCAST)}, NODEQ_PORT);
-    return send_everywhere(socket_fd, plan_broadcast(), [&] {
+    const auto send_once = [&] {
         return static_cast<int>(sendto(socket_fd, request, sizeof request, 0,
                                        reinterpret_cast<const struct sockaddr *>(&everybody),
                                        sizeof everybody));
-    });
+    };
+    return send_everywhere(socket_fd, plan_broadcast(), std::cref(send_once));
 }
 
 int nodeq_collect_answers(device_list *devices, int socket_fd)

@@ -66,7 +66,7 @@ void do_one_poll(device_list *devices, const char *target, bool ipv6)
     log_trace("do_one_poll\n");
     snmp_set_up_library("discovery_test");
     const egress_plan plan = ipv6 ? plan_multicast() : plan_broadcast();
-    discovery_context context = {devices, ipv6 && plan.interfaces.size() > 1};
+    discovery_context context = {devices, ipv6 && plan.count > 1};
     const snmp_session_owner opened(snmp_open_session(target, ipv6, discovery_response, &context));
     if (opened.session == nullptr) {
         printf("# ERROR: snmp_open(\"%s\") failed, %s\n", target, strerror(errno));
