@@ -1,108 +1,151 @@
-// Running programs from a test, on their own or in the lab network.
+// Running programs from a test: on their own, at a terminal, or in the lab network.
 #include "program.h"
 
-#include "io/stream.h"
-#include "scratch.h"
-
 #include <algorithm>
+#include <csignal>
 #include <fcntl.h>
 #include <poll.h>
-#include <set>
-#include <sys/resource.h>
+#include <stdlib.h>
+#include <sys/ioctl.h>
 #include <sys/wait.h>
 
 namespace
 {
 
-struct pipe_ends {
-    descriptor read_end;
-    descriptor write_end;
-
-    pipe_ends()
-    {
-        int ends[2] = {-1, -1};
-        if (pipe2(ends, O_CLOEXEC) == 0) {
-            read_end.reset(ends[0]);
-            write_end.reset(ends[1]);
-        }
-    }
-};
-
-void occupy_descriptors(int count)
+/// Makes a pipe and returns the end to write to.
+int open_pipe(descriptor *read_end)
 {
-    const int file = count > 0 ? open("/dev/null", O_RDONLY) : -1;
-    for (int fd = 3; fd < 3 + count; ++fd) {
-        if (fcntl(fd, F_GETFD) < 0)
-            dup2(file, fd);
-        else
-            fcntl(fd, F_SETFD, 0);
-    }
+    int ends[2] = {-1, -1};
+    if (pipe2(ends, O_CLOEXEC) == 0)
+        read_end->reset(ends[0]);
+    return ends[1];
 }
 
-[[noreturn]] void become(const program_run &run, int out, int err)
+/// Makes a pseudo-terminal and returns the end that a program has.
+int open_terminal(descriptor *master, unsigned short columns)
 {
+    const struct winsize size = {24, columns, 0, 0};
+    master->reset(posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC));
+    if (grantpt(master->fd) != 0 || unlockpt(master->fd) != 0 ||
+        ioctl(master->fd, TIOCSWINSZ, &size) != 0)
+        return -1;
+    return open(ptsname(master->fd), O_RDWR | O_NOCTTY | O_CLOEXEC);
+}
+
+[[noreturn]] void become(const program_run &run, int in, int out, int err)
+{
+    if (isatty(in) != 0) {
+        setsid();
+        ioctl(in, TIOCSCTTY, 0);
+    }
+    // A test that runs in the background of a shell has these ignored.
+    for (const int caught : {SIGINT, SIGQUIT})
+        signal(caught, SIG_DFL);
     std::vector<char *> argv;
     for (const std::string &word : run.words)
         argv.push_back(const_cast<char *>(word.c_str()));
     argv.push_back(nullptr);
-    dup2(open("/dev/null", O_RDONLY), STDIN_FILENO);
+    dup2(in, STDIN_FILENO);
     dup2(out, STDOUT_FILENO);
     dup2(err, STDERR_FILENO);
-    const auto most = static_cast<rlim_t>(run.descriptor_limit);
-    const struct rlimit limit = {most, most};
-    if (most > 0 && setrlimit(RLIMIT_NOFILE, &limit) != 0)
-        _exit(126);
-    occupy_descriptors(run.occupied_descriptors);
-    if (run.folder.empty() || chdir(run.folder.c_str()) == 0)
-        execv(run.executable.empty() ? argv[0] : run.executable.c_str(), argv.data());
+    execv(run.executable.empty() ? argv[0] : run.executable.c_str(), argv.data());
     _exit(126);
 }
 
-void read_both(int out, int err, program_result *result)
+} // namespace
+
+program_session::program_session(const program_run &run, const terminal_settings *terminal)
 {
-    struct pollfd streams[] = {{out, POLLIN, 0}, {err, POLLIN, 0}};
-    std::string *const texts[] = {&result->out, &result->err};
-    int open_streams = 2;
-    while (open_streams > 0 && poll(streams, 2, -1) > 0) {
+    const descriptor printing(terminal != nullptr && terminal->output_too ? -1 : open_pipe(&out));
+    const descriptor writing(terminal != nullptr ? open_terminal(&err, terminal->columns)
+                                                 : open_pipe(&err));
+    const descriptor nothing(open("/dev/null", O_RDONLY | O_CLOEXEC));
+    pid = fork();
+    if (pid == 0)
+        become(run, terminal != nullptr ? writing.fd : nothing.fd,
+               printing.fd >= 0 ? printing.fd : writing.fd, writing.fd);
+}
+
+void program_session::read_until(const std::string &shown)
+{
+    struct pollfd streams[] = {{out.fd, POLLIN, 0}, {err.fd, POLLIN, 0}};
+    std::string *const texts[] = {&printed, &written};
+    while (streams[0].fd >= 0 || streams[1].fd >= 0) {
+        if (!shown.empty() && written.find(shown) != std::string::npos)
+            return;
+        poll(streams, 2, -1);
         for (int i = 0; i < 2; ++i) {
             char buffer[65536];
             if (streams[i].fd < 0 || streams[i].revents == 0)
                 continue;
             const ssize_t received = read(streams[i].fd, buffer, sizeof buffer);
-            if (received > 0) {
+            if (received > 0)
                 texts[i]->append(buffer, static_cast<size_t>(received));
-            } else {
+            else
                 streams[i].fd = -1;
-                --open_streams;
-            }
         }
     }
 }
 
-} // namespace
+int program_session::finish()
+{
+    read_until("");
+    int status = -1;
+    waitpid(pid, &status, 0);
+    return status;
+}
 
 program_result run_program(const program_run &run)
 {
-    program_result result;
-    pipe_ends out;
-    pipe_ends err;
-    const pid_t child = fork();
-    if (child == 0)
-        become(run, out.write_end.fd, err.write_end.fd);
-    out.write_end.reset();
-    err.write_end.reset();
-    read_both(out.read_end.fd, err.read_end.fd, &result);
-    int status = 0;
-    if (child > 0 && waitpid(child, &status, 0) == child)
-        result.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-    return result;
+    program_session session(run);
+    const int status = session.finish();
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status), session.printed,
+            session.written};
+}
+
+scripted_run::scripted_run(const std::string &cases, const std::string &name)
+    : script(folder.write(name, "#!/bin/bash\nhere='" + folder.path.string() +
+                                    "'\ncase \"$*\" in\n" + cases + "\nesac\n"))
+{
+    std::filesystem::permissions(script, std::filesystem::perms::owner_all);
+}
+
+program_run scripted_run::with(const std::vector<std::string> &arguments) const
+{
+    program_run run = {{script}, DEVSCOUT_PROGRAM};
+    run.words.insert(run.words.end(), arguments.begin(), arguments.end());
+    return run;
+}
+
+program_run scripted_run::shell_run(const std::string &command,
+                                    const std::vector<std::string> &arguments) const
+{
+    program_run run = with(arguments);
+    const std::string as_script = "here=$0; set -- exec -a \"$2\" \"$1\" \"${@:3}\"\n";
+    run.words.insert(run.words.begin(),
+                     {"bash", "-c", as_script + command, folder.path, DEVSCOUT_PROGRAM});
+    run.executable = "/bin/bash";
+    return run;
+}
+
+std::string scripted_run::file(const char *name) const
+{
+    return content_of(folder.path / name);
+}
+
+std::vector<std::string> lines_of(const std::string &text)
+{
+    std::vector<std::string> found;
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);)
+        found.push_back(line);
+    return found;
 }
 
 std::string lines_with(const std::string &text, const std::string &prefix)
 {
     std::string found;
-    std::istringstream lines(text);
-    for (std::string line; std::getline(lines, line);) {
+    for (const std::string &line : lines_of(text)) {
         if (line.rfind(prefix, 0) == 0)
             found += line + "\n";
     }
@@ -111,32 +154,27 @@ std::string lines_with(const std::string &text, const std::string &prefix)
 
 size_t line_count(const std::string &text, const std::string &prefix)
 {
-    const std::string found = lines_with(text, prefix);
-    return static_cast<size_t>(std::count(found.begin(), found.end(), '\n'));
+    return lines_of(lines_with(text, prefix)).size();
 }
 
-std::string sorted_devices(const std::string &report)
+std::string sorted_devices(const std::string &text, const std::string &prefix)
 {
-    std::multiset<std::string> sorted;
-    std::istringstream lines(lines_with(report, "ip: "));
-    for (std::string line; std::getline(lines, line);)
-        sorted.insert(line + "\n");
-    std::string text;
-    for (const std::string &line : sorted)
-        text += line;
-    return text;
+    std::vector<std::string> lines = lines_of(lines_with(text, prefix));
+    std::sort(lines.begin(), lines.end());
+    std::string sorted;
+    for (const std::string &line : lines)
+        sorted += line + "\n";
+    return sorted;
 }
 
 lab_result run_in_lab(const lab_setup &setup, const std::vector<std::string> &command)
 {
     const scratch_folder folder;
     const std::string record = folder.path / "record";
-    program_run run;
-    run.words = {LAB_COMMAND, "--simulator", SIMULATOR};
-    if (!setup.fleet.empty()) {
-        run.words.insert(run.words.end(), {"--fleet", folder.write("fleet", setup.fleet)});
-        run.words.insert(run.words.end(), {"--record", record});
-    }
+    program_run run = {{LAB_COMMAND, "--simulator", SIMULATOR}};
+    if (!setup.fleet.empty())
+        run.words.insert(run.words.end(),
+                         {"--fleet", folder.write("fleet", setup.fleet), "--record", record});
     for (const std::string &fleet : setup.networks) {
         const std::string name = "fleet" + std::to_string(run.words.size());
         run.words.insert(run.words.end(), {"--network", folder.write(name, fleet)});
@@ -144,15 +182,19 @@ lab_result run_in_lab(const lab_setup &setup, const std::vector<std::string> &co
     run.words.insert(run.words.end(), setup.options.begin(), setup.options.end());
     run.words.emplace_back("--");
     run.words.insert(run.words.end(), command.begin(), command.end());
-    lab_result result;
-    result.program = run_program(run);
-    if (std::filesystem::exists(record))
-        result.record = content_of(record);
+    lab_result result = {run_program(run), content_of(record), {}};
     for (const auto &entry : std::filesystem::directory_iterator(folder.path)) {
         if (entry.path().stem() == "record" && entry.path().has_extension())
             result.records[entry.path().extension().string().substr(1)] = content_of(entry.path());
     }
     return result;
+}
+
+lab_result shell_in_lab(const lab_setup &setup, const std::string &command,
+                        const std::string &argument)
+{
+    return run_in_lab(setup, {"/bin/bash", "-c", "PATH=$PATH:/usr/sbin:/sbin; " + command,
+                              DEVSCOUT_PROGRAM, argument});
 }
 
 lab_result devscout_in_lab(const lab_setup &setup, std::vector<std::string> arguments)
