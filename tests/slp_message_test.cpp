@@ -96,8 +96,8 @@ TEST(SlpMessage, EveryCutIsReadWithinItsBytes)
                                                      : size < one          ? ""
                                                      : size < reply.size() ? "a "
                                                                            : "a b ");
-        const std::vector<uint8_t> cut(advert.begin(),
-                                       advert.begin() + std::min(size, advert.size()));
+        const std::string part = advert.substr(0, size);
+        const std::vector<uint8_t> cut(part.begin(), part.end());
         slp_da_advert read;
         EXPECT_EQ(slp_read_da_advert(cut.data(), cut.size(), WIRE_XID, &read),
                   size < 16       ? SLP_REFUSED_HEADER

@@ -109,12 +109,12 @@ std::vector<played_answer> hear(played_agents *agents, const std::string &way,
     std::istringstream briefs(replies);
     std::vector<played_answer> answers;
     for (std::string brief; briefs >> brief;) {
-        std::string bytes = reply(agents, brief);
+        const size_t at = brief.find('@');
+        std::string bytes = reply(agents, brief.substr(0, at));
         const size_t asked = brief[0] == '=' ? agents->xids[listener + DIRECTORY_AGENT] : xid;
         if (bytes.size() >= XID_FIELD.at + XID_FIELD.width)
             bytes =
                 wire_with(bytes, XID_FIELD, wire_number_at(bytes, XID_FIELD) ^ WIRE_XID ^ asked);
-        const size_t at = brief.find('@');
         answers.emplace_back(at == std::string::npos ? listener : brief.substr(at + 1), bytes);
     }
     return answers;
