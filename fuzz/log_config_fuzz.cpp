@@ -16,9 +16,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     log_open(name.c_str());
     unlink(config.c_str());
     const std::string path = log_path;
-    const size_t stem = ("/tmp/" + name).size();
-    if (log_stream == nullptr || path.substr(0, stem) != "/tmp/" + name ||
-        path.find_first_not_of("0123456789-:", stem) != path.size() - 4 ||
+    if (log_stream == nullptr || path.rfind("/tmp/" + name, 0) != 0 ||
+        path.find_first_not_of("0123456789-:", ("/tmp/" + name).size()) != path.size() - 4 ||
         path.substr(path.size() - 4) != ".log")
         abort();
 

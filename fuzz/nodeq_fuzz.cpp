@@ -19,7 +19,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         require(memchr(scratch.nodeq_text_a, '\0', NODEQ_TEXT_SIZE) != nullptr &&
                     memchr(scratch.nodeq_text_b, '\0', NODEQ_TEXT_SIZE) != nullptr,
                 "terminated texts");
-        nodeq_merge_answer(device_list_find_or_add(&devices, scratch.ip), &scratch);
+        device_record *record = device_list_find_or_add(&devices, scratch.ip);
+        nodeq_merge_answer(record, &scratch);
+        require(record->nodeq_detected == 1 &&
+                    strcmp(record->nodeq_text_a, scratch.nodeq_text_a) == 0 &&
+                    strcmp(record->nodeq_text_b, scratch.nodeq_text_b) == 0,
+                "the latest texts");
     }
     carry_to_report(&devices, NODEQ_SLOT);
     return 0;

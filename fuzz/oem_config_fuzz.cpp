@@ -2,6 +2,7 @@
 #include "config/oem_config.h"
 #include "input_file.h"
 
+#include <algorithm>
 #include <cstring>
 #include <filesystem>
 
@@ -25,6 +26,12 @@ bool is_text(const char (&text)[SIZE])
     return strnlen(text, SIZE) < SIZE && strchr(text, '\n') == nullptr;
 }
 
+template<size_t COUNT, size_t SIZE>
+bool are_texts(const char (&texts)[COUNT][SIZE])
+{
+    return std::all_of(texts, texts + COUNT, is_text<SIZE>);
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
@@ -32,17 +39,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     const char *file = input_file(data, size);
     if (installation.empty())
         make_installation(file);
-    bool good = read_oem_config((installation / "bin" / "devscout").c_str()) == 0 &&
-                actx.model_count >= 0 && actx.model_count <= OEM_MAX_MODELS &&
-                actx.plugin_count >= 0 && actx.plugin_count <= OEM_MAX_PLUGINS &&
-                is_text(actx.vendor_name) && is_text(actx.url) &&
-                strcasecmp(actx.vendor_name, actx.vendor_lower) == 0 &&
-                strcasecmp(actx.vendor_name, actx.vendor_upper) == 0;
-    for (const auto &model : actx.models)
-        good = good && is_text(model);
-    for (const auto &plugin : actx.plugins)
-        good = good && is_text(plugin);
-    if (!good)
+    if (read_oem_config((installation / "bin" / "devscout").c_str()) != 0 || actx.model_count < 0 ||
+        actx.model_count > OEM_MAX_MODELS || actx.plugin_count < 0 ||
+        actx.plugin_count > OEM_MAX_PLUGINS || !is_text(actx.vendor_name) || !is_text(actx.url) ||
+        !are_texts(actx.models) || !are_texts(actx.plugins) ||
+        strcasecmp(actx.vendor_name, actx.vendor_lower) != 0 ||
+        strcasecmp(actx.vendor_name, actx.vendor_upper) != 0)
         abort();
     return 0;
 }

@@ -1,17 +1,21 @@
 // Fuzzes what becomes of an SNMP answer: its values' texts, their classification, and the
-// description. An input is the address family's byte and a PDU as it stands in a packet.
+// description. An input is a byte that tells the peer's form and a PDU as it stands in a packet.
 #include "config/text.h"
 #include "log/log.h"
 #include "printed_line.h"
 #include "snmp/classify.h"
 #include "snmp/description_query.h"
+#include "snmp/peer.h"
 #include "snmp/snmp_discovery.h"
 #include "snmp/snmp_session.h"
 
+#include <arpa/inet.h>
 #include <cstring>
 
 namespace
 {
+
+constexpr unsigned ZONE = 7;
 
 /// A session as the two queries have it. It is for its transport alone: nothing is sent.
 netsnmp_session *open_session()
@@ -23,17 +27,19 @@ netsnmp_session *open_session()
     return snmp_open_session("127.0.0.1", false, discovery_response, nullptr);
 }
 
-void set_peer(netsnmp_pdu *pdu, bool ipv6)
+/// Sets the peer as the transports tell it: an IPv4 one with the local address or alone, an IPv6
+/// one alone.
+void set_peer(netsnmp_pdu *pdu, bool ipv6, bool alone)
 {
     netsnmp_indexed_addr_pair addresses = {};
-    size_t length = sizeof addresses;
+    auto &peer = addresses.remote_addr;
+    size_t length = alone ? sizeof peer.sin : sizeof addresses;
+    peer.sin.sin_family = AF_INET;
+    peer.sin.sin_addr.s_addr = htonl(0x0a000001);
     if (ipv6) {
-        addresses.remote_addr.sin6.sin6_family = AF_INET6;
-        addresses.remote_addr.sin6.sin6_addr.s6_addr[15] = 7;
-        length = sizeof addresses.remote_addr.sin6;
-    } else {
-        addresses.remote_addr.sin.sin_family = AF_INET;
-        addresses.remote_addr.sin.sin_addr.s_addr = htonl(0x0a000001);
+        peer.sin6 = {AF_INET6, 0, 0, {}, ZONE};
+        inet_pton(AF_INET6, "fe80::7", &peer.sin6.sin6_addr);
+        length = sizeof peer.sin6;
     }
     pdu->transport_data = malloc(length);
     memcpy(pdu->transport_data, &addresses, length);
@@ -65,17 +71,22 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     require(session != nullptr, "a session");
     if (size < 2)
         return 0;
-    const bool ipv6 = data[0] != 0;
+    const bool ipv6 = data[0] == 1;
     std::vector<uint8_t> packet(data + 1, data + size);
     size_t length = packet.size();
-    auto *pdu = static_cast<netsnmp_pdu *>(calloc(1, sizeof(netsnmp_pdu)));
+    netsnmp_pdu *pdu = snmp_pdu_create(SNMP_MSG_RESPONSE);
     pdu->version = ipv6 ? SNMP_VERSION_2c : SNMP_VERSION_1;
     if (snmp_pdu_parse(pdu, packet.data(), &length) == 0) {
-        set_peer(pdu, ipv6);
+        set_peer(pdu, ipv6, data[0] == 2);
+        require(peer_zone(pdu) == (ipv6 ? ZONE : 0), "the peer's zone");
         device_list devices = nullptr;
         discovery_context context = {&devices};
         getdesc_answers answers = {};
         discovery_response(NETSNMP_CALLBACK_OP_RECEIVED_MESSAGE, session, 1, pdu, &context);
+        for (const list_node *node = devices; node != nullptr; node = node->next) {
+            const char *ip = static_cast<const device_record *>(node->data)->ip;
+            require(strcmp(ip, ipv6 ? "fe80::7" : "10.0.0.1") == 0, "the peer's address", ip);
+        }
         printed([&] {
             on_snmp_response(NETSNMP_CALLBACK_OP_RECEIVED_MESSAGE, session, 1, pdu, &answers);
         });
