@@ -1,10 +1,10 @@
 // The text rules of SNMP answers.
+#include "config/text.h"
 #include "driver/records/device_list.h"
 #include "snmp/classify.h"
 
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <string>
 
 TEST(Classify, TakesVendorAndModelOfPrinters)
@@ -37,35 +37,12 @@ TEST(Classify, TakesVendorAndModelOfPrinters)
     }
 }
 
-TEST(Classify, ExtractsKeysAndStripsQuotes)
-{
-    char value[5] = "old";
-    extract_key_value("x;MDL:123456;", "mdl:", value, sizeof value);
-    EXPECT_STREQ(value, "1234");
-    extract_key_value("x;MDL:12", "MDL:", value, sizeof value);
-    EXPECT_STREQ(value, "12");
-    extract_key_value("x", "MDL:", value, sizeof value);
-    EXPECT_STREQ(value, "");
-
-    const struct {
-        const char *text;
-        const char *stripped;
-    } cases[] = {{"\"", "\""},       {"\"\"", ""},       {"\"a\"b\"", "a\"b"},
-                 {"\"abc", "\"abc"}, {"abc\"", "abc\""}, {"", ""}};
-    for (const auto &c : cases) {
-        char text[16] = "";
-        memcpy(text, c.text, strlen(c.text));
-        strip_quotes(text);
-        EXPECT_STREQ(text, c.stripped) << c.text;
-    }
-}
-
 TEST(Classify, ComposesDescriptions)
 {
     const struct {
-        const char *vendor;
-        const char *model;
-        const char *description;
+        std::string vendor;
+        std::string model;
+        std::string description;
     } cases[] = {
         {"Taliven Electronics", "QD-X7 Series", "Taliven QD-X7"},
         {"Orvel Ltd", "5", "Orvel 5"},
@@ -99,20 +76,16 @@ TEST(Classify, ComposesDescriptions)
         {"", "Series", " Series"},
         {"", "aSeries", " aSeries"},
         {"", " Series", " "},
+        {"\"", "\"\"", "\""},
+        {"Acme", std::string(255, 'm'), "Acme " + std::string(90, 'm')},
     };
     for (const auto &c : cases) {
-        char vendor[256] = "";
-        char model[256] = "";
-        memcpy(vendor, c.vendor, strlen(c.vendor));
-        memcpy(model, c.model, strlen(c.model));
+        char vendor[256];
+        char model[256];
+        safe_strncpy(vendor, c.vendor.c_str(), sizeof vendor);
+        safe_strncpy(model, c.model.c_str(), sizeof model);
         char description[DSC_SIZE];
         compose_description(vendor, model, description, sizeof description);
-        EXPECT_STREQ(description, c.description) << c.vendor << "|" << c.model;
+        EXPECT_EQ(description, c.description) << c.vendor << "|" << c.model;
     }
-    char vendor[256] = "Acme";
-    char model[256] = "";
-    memset(model, 'm', 255);
-    char description[DSC_SIZE];
-    compose_description(vendor, model, description, sizeof description);
-    EXPECT_EQ(std::string(description), "Acme " + std::string(90, 'm'));
 }

@@ -5,16 +5,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
 namespace
 {
-
-struct parsed {
-    std::string summary;
-    std::string printed;
-};
 
 /// The settings as one line: run, methods, flags, debug level, community, address.
 std::string summarize(const run_settings &settings)
@@ -35,24 +31,6 @@ std::string summarize(const run_settings &settings)
     return text + (settings.address == nullptr ? "" : std::string(" @") + settings.address);
 }
 
-parsed parse(std::vector<std::string> words)
-{
-    static std::vector<std::string> kept;
-    kept = std::move(words);
-    kept.insert(kept.begin(), "devscout");
-    std::vector<char *> argv;
-    for (std::string &word : kept)
-        argv.push_back(word.data());
-    argv.push_back(nullptr);
-    g_community_name = DEFAULT_COMMUNITY;
-    parsed result;
-    result.printed = printed_by([&] {
-        result.summary = summarize(read_command_line(static_cast<int>(kept.size()), argv.data()));
-    });
-    g_community_name = DEFAULT_COMMUNITY;
-    return result;
-}
-
 } // namespace
 
 TEST(CommandLine, SelectsRunsAndSettings)
@@ -70,8 +48,8 @@ TEST(CommandLine, SelectsRunsAndSettings)
         {{"-d"}, "parent"},
         {{"-d-2x", "-c", ""}, defaults + " d-2 c="},
         {{"-d4294967297"}, defaults + " d1"},
-        {{"-c", "private", "-d2", "--snmp", "-s"}, "child snmp d2 c=private"},
-        {{"--snmp", "-c", "private"}, "parent snmp"},
+        {{"-c", "private", "-d2", "--snmp", "-s"}, "# Mode snmp\nchild snmp d2 c=private"},
+        {{"--snmp", "-c", "private"}, "# Mode snmp\nparent snmp"},
         {{"-c"}, "parent"},
         {{"-R"}, "parent"},
         {{"-I"}, "parent"},
@@ -83,22 +61,28 @@ TEST(CommandLine, SelectsRunsAndSettings)
         {{"--quick"}, defaults + " quick"},
         {{"-d2", "--quick", "-c", "x"}, defaults + " quick d2 c=x"},
         {{"--quick", "-R", "10.0.0.5"}, "describe quick @10.0.0.5"},
-        {{"--quick", "--slp"}, "parent slp quick"},
-        {{"-s", "--snmp", "--quickly"}, "child snmp quick"},
-        {{"--all", "--nodeq6"}, "parent nodeq nodeq6 slp snmp snmp6"},
-        {{"--nodeq6", "--all"}, "parent nodeq slp snmp snmp6"},
-        {{"-sx", "--slpx", "--snmp67", "--nodeq66", "--timely"}, "child nodeq6 slp snmp6 marks"},
-        {{"--snmpx6", "--nodeqx", "--scanners", "-d7", "-d"}, "parent nodeq snmp scanner d7"},
+        {{"--quick", "--slp"}, "# Mode slp\nparent slp quick"},
+        {{"-s", "--snmp", "--quickly"}, "# Mode snmp\nchild snmp quick"},
+        {{"--all", "--nodeq6"}, "# Mode nodeq6\nparent nodeq nodeq6 slp snmp snmp6"},
+        {{"--nodeq6", "--all"}, "# Mode nodeq6\nparent nodeq slp snmp snmp6"},
+        {{"-sx", "--slpx", "--snmp67", "--nodeq66", "--timely"},
+         "# Mode slp\n# Mode snmp6\n# Mode nodeq6\nchild nodeq6 slp snmp6 marks"},
+        {{"--snmpx6", "--nodeqx", "--snmp", "--scanners", "-d7", "-d"},
+         "# Mode snmp\n# Mode nodeq\n# Mode snmp\nparent nodeq snmp scanner d7"},
         {{"word", "-d3", "--sn", "--ALL", "-S"}, "parent d3"},
     };
-    for (const auto &c : cases)
-        EXPECT_EQ(parse(c.words).summary, c.summary) << testing::PrintToString(c.words);
-}
-
-TEST(CommandLine, PrintsAModeLineForEachModeOption)
-{
-    EXPECT_EQ(parse({"--snmp", "--nodeq6", "--slp", "--snmp6", "--nodeq", "--snmp"}).printed,
-              "# Mode snmp\n# Mode nodeq6\n# Mode slp\n# Mode snmp6\n# Mode nodeq\n# Mode snmp\n");
-    EXPECT_EQ(parse({"--all", "--scanner", "--time", "-s"}).printed, "");
-    EXPECT_EQ(parse({}).printed, "");
+    for (const auto &c : cases) {
+        std::vector<std::string> words = c.words;
+        words.insert(words.begin(), "devscout");
+        std::vector<char *> argv(words.size() + 1);
+        std::transform(words.begin(), words.end(), argv.begin(),
+                       [](std::string &word) { return word.data(); });
+        g_community_name = DEFAULT_COMMUNITY;
+        std::string summary;
+        const std::string modes = printed_by([&] {
+            summary = summarize(read_command_line(static_cast<int>(words.size()), argv.data()));
+        });
+        EXPECT_EQ(modes + summary, c.summary) << testing::PrintToString(c.words);
+    }
+    g_community_name = DEFAULT_COMMUNITY;
 }

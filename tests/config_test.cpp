@@ -8,18 +8,33 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <unistd.h>
 
 namespace
 {
 
-/// Reads `content` as the OEM.ini of a program of its own, from fresh settings.
-int read_ini(const scratch_folder &folder, const std::string &content)
-{
-    actx = oem_config();
-    folder.write("share/OEM.ini", content);
-    return read_oem_config((folder.path / "bin/devscout").c_str());
-}
+/// A scratch folder that is the working directory until the test's end.
+struct working_folder {
+    scratch_folder folder;
+    std::string before = std::filesystem::current_path();
+    std::string program = folder.path / "bin/devscout";
+
+    working_folder()
+    {
+        std::filesystem::current_path(folder.path);
+        actx = oem_config();
+    }
+    ~working_folder()
+    {
+        std::filesystem::current_path(before);
+    }
+
+    /// Reads the OEM.ini of a program of its own, once `name` is written.
+    int read_ini(const std::string &content, const char *name = "share/OEM.ini") const
+    {
+        folder.write(name, content);
+        return read_oem_config(program.c_str());
+    }
+};
 
 } // namespace
 
@@ -55,9 +70,7 @@ TEST(Text, IsPrintedWithoutWhatCouldForgeALine)
         {"\xc3\x9c\xd0\x9b\xe2\x82\xac\xf0\x9f\x96\xa8",
          "\xc3\x9c\xd0\x9b\xe2\x82\xac\xf0\x9f\x96\xa8"},
         {"B\xfcro \xa0\xff", "B\xfcro \xa0\xff"}, // Latin-1
-        {"\x9b"
-         "2J\x80\x9f",
-         " 2J  "},
+        {"\x9b[J\x80\x9f", " [J  "},
         // Cut, overlong, surrogate and too large: no sequence, so its bytes count one by one.
         {"\xe2\x80", "\xe2 "},
         {"\xe2\xe2\x80\xa8", "\xe2   "},
@@ -73,128 +86,90 @@ TEST(Text, IsPrintedWithoutWhatCouldForgeALine)
     EXPECT_STREQ(printable_text(small, "abc\xc3\x9c", sizeof small), "abc");
 }
 
-TEST(Paths, MakesPathsAbsolute)
+TEST(Paths, MakesPathsAbsoluteWhereThereIsAWorkingDirectory)
 {
-    const scratch_folder folder;
-    const std::string before = std::filesystem::current_path();
-    ASSERT_EQ(chdir(folder.path.c_str()), 0);
-    const std::string here = folder.path;
+    const working_folder here;
+    const std::string folder = here.folder.path;
     const struct {
         const char *path;
         std::string absolute;
     } cases[] = {
         {"/opt/app/bin/devscout", "/opt/app/bin/devscout"},
-        {"./devscout", here + "/devscout"},
-        {"././devscout", here + "/./devscout"},
-        {"../devscout", here + "/../devscout"},
-        {"devscout", here + "/devscout"},
-        {"", here + "/"},
+        {"./devscout", folder + "/devscout"},
+        {"././devscout", folder + "/./devscout"},
+        {"", folder + "/"},
         {nullptr, ""},
     };
     for (const auto &c : cases)
         EXPECT_EQ(program_path(c.path), c.absolute);
     char small[8];
     EXPECT_EQ(make_abs_path("/opt/app/bin", small, sizeof small), std::string("/opt/ap"));
-    EXPECT_EQ(chdir(before.c_str()), 0);
-}
-
-TEST(Paths, KeepsThePathAsGivenWhereTheWorkingDirectoryIsGone)
-{
-    const std::string before = std::filesystem::current_path();
-    {
-        const scratch_folder folder;
-        ASSERT_EQ(chdir(folder.path.c_str()), 0);
-    }
+    std::filesystem::remove_all(folder);
     EXPECT_STREQ(program_path("./devscout"), "./devscout");
-    EXPECT_EQ(chdir(before.c_str()), 0);
 }
 
 TEST(OemConfig, TakesTheFirstFileThatOpens)
 {
-    const scratch_folder folder;
-    const std::string program = (folder.path / "bin/devscout").string();
-    const std::string before = std::filesystem::current_path();
-    folder.write("cwd/OEM.ini", "VENDOR=Cwd\n");
-    folder.write("bin/OEM.ini", "VENDOR=NeverSearched\n");
-    ASSERT_EQ(chdir((folder.path / "cwd").c_str()), 0);
-
-    actx = oem_config();
-    EXPECT_EQ(read_oem_config(program.c_str()), 0);
-    EXPECT_STREQ(actx.vendor_name, "Cwd");
-    folder.write("OEM.ini", "VENDOR=Base\n");
-    EXPECT_EQ(read_oem_config(program.c_str()), 0);
-    EXPECT_STREQ(actx.vendor_name, "Base");
-    std::filesystem::create_directories(folder.path / "share/OEM.ini");
-    EXPECT_EQ(read_oem_config(program.c_str()), 0);
-    EXPECT_STREQ(actx.vendor_name, "Base") << "a folder is passed over";
-    std::filesystem::remove(folder.path / "share/OEM.ini");
-    folder.write("share/OEM.ini", "VENDOR=Share\n");
-    EXPECT_EQ(read_oem_config(program.c_str()), 0);
-    EXPECT_STREQ(actx.vendor_name, "Share");
-    EXPECT_EQ(actx.program_dir, folder.path / "bin");
-    EXPECT_EQ(actx.base_dir, folder.path);
-    EXPECT_EQ(actx.share_dir, folder.path / "share");
-    EXPECT_EQ(chdir(before.c_str()), 0);
+    const working_folder here;
+    const std::filesystem::path base = here.folder.path;
+    EXPECT_EQ(here.read_ini("VENDOR=NeverSearched\n", "bin/OEM.ini"), -1);
+    EXPECT_EQ(actx.parport, 0) << "without a file everything stays zero";
+    std::filesystem::create_directory(base / "cwd");
+    std::filesystem::current_path(base / "cwd");
+    for (const char *name : {"cwd/OEM.ini", "OEM.ini", "share/OEM.ini"}) {
+        EXPECT_EQ(here.read_ini(std::string("VENDOR=") + name, name), 0);
+        EXPECT_STREQ(actx.vendor_name, name);
+    }
+    EXPECT_EQ(actx.program_dir, base / "bin");
+    EXPECT_EQ(actx.base_dir, base);
+    EXPECT_EQ(actx.share_dir, base / "share");
+    std::filesystem::resize_file(base / "share/OEM.ini", 1 << 20);
+    EXPECT_EQ(read_oem_config(here.program.c_str()), 0);
+    EXPECT_STREQ(actx.vendor_name, "share/OEM.ini");
+    std::filesystem::resize_file(base / "share/OEM.ini", (1 << 20) + 1);
+    EXPECT_EQ(read_oem_config(here.program.c_str()), 0);
+    EXPECT_STREQ(actx.vendor_name, "OEM.ini") << "a file of more than one mebibyte";
+    std::filesystem::remove(base / "OEM.ini");
+    std::filesystem::create_directory(base / "OEM.ini");
+    EXPECT_EQ(read_oem_config(here.program.c_str()), 0);
+    EXPECT_STREQ(actx.vendor_name, "cwd/OEM.ini") << "a folder";
 }
 
-TEST(OemConfig, KeepsEverythingZeroWithoutAFile)
+TEST(OemConfig, ReadsKeysWhereverTheyStandAndBoundsWhatItKeeps)
 {
-    actx = oem_config();
-    EXPECT_EQ(read_oem_config("/nonexistent/bin/devscout"), -1);
-    EXPECT_STREQ(actx.share_dir, "/nonexistent/share");
-    EXPECT_EQ(actx.parport, 0);
-    EXPECT_EQ(actx.vendor_name[0], '\0');
-}
-
-TEST(OemConfig, ReadsKeysWhereverTheyStand)
-{
-    const scratch_folder folder;
-    ASSERT_EQ(read_ini(folder, "MULTIVENDOR= 1x\n"), 0);
-    EXPECT_EQ(actx.multivendor, 1);
-    EXPECT_EQ(actx.parport + actx.portplugin + actx.scanner + actx.update_printer_group, 4);
-    EXPECT_STREQ(actx.vendor_name, "");
-
-    read_ini(folder, "#VENDOR=MixedCase\r\nPORTPLUGIN=0\r\nSCANNER=\r\nURL=http://x VENDOR=y\n"
-                     "PARPORT=-2\nVENDOR=first URL=second\nno key here");
-    EXPECT_STREQ(actx.vendor_name, "first URL=second");
-    EXPECT_STREQ(actx.vendor_upper, "FIRST URL=SECOND");
-    EXPECT_STREQ(actx.url, "") << "VENDOR= takes a line that holds both";
-    EXPECT_EQ(actx.portplugin, 0);
-    EXPECT_EQ(actx.plugin_count, 0);
-    EXPECT_EQ(actx.scanner, 0);
-    EXPECT_EQ(actx.parport, -2);
-    read_ini(folder, "VENDOR=MixedCase\r\n");
-    EXPECT_STREQ(actx.vendor_lower, "mixedcase\r");
-}
-
-TEST(OemConfig, PassesOverFilesOfMoreThanOneMebibyte)
-{
-    const scratch_folder folder;
-    const std::string file = folder.write("share/OEM.ini", "VENDOR=Big\n");
-    const std::string program = folder.path / "bin/devscout";
-    std::filesystem::resize_file(file, 1 << 20);
-    EXPECT_EQ(read_oem_config(program.c_str()), 0);
-    std::filesystem::resize_file(file, (1 << 20) + 1);
-    EXPECT_EQ(read_oem_config(program.c_str()), -1);
-}
-
-TEST(OemConfig, BoundsListsValuesAndLines)
-{
-    const scratch_folder folder;
-    std::string content;
+    std::string bounded = "VENDOR=" + std::string(100, 'V') + "\nURL=" + std::string(600, 'u') +
+                          std::string("\nSCANNER=\0 7\n", 13) + std::string(505, 'x') +
+                          "PARPORT=5\n";
     for (int i = 0; i < 33; ++i)
-        content += "MODEL=model-" + std::to_string(i) + "-of-many-models\n";
-    for (int i = 0; i < 6; ++i)
-        content += "PLUGIN=" + std::to_string(i) + "\n";
-    content += "VENDOR=" + std::string(100, 'v') + "\nURL=" + std::string(600, 'u') + "\n";
-    content += std::string("SCANNER=\0 7\n", 12) + std::string(505, 'x') + "PARPORT=5\n";
-    read_ini(folder, content);
-    EXPECT_EQ(actx.model_count, 32);
+        bounded += "MODEL=model-" + std::to_string(i) +
+                   "-of-many-models\nPLUGIN=" + std::to_string(i) + "\n";
+    const struct {
+        std::string content;
+        std::string numbers;
+        std::string vendor;
+        std::string url;
+    } cases[] = {
+        {"MULTIVENDOR= 1x\n", "1,1,1,1,1,0,0,", "", ""},
+        {"#VENDOR=MixedCase\r\nPORTPLUGIN=0\r\nSCANNER=\r\nPARPORT=-2\nno key here",
+         "0,-2,0,0,1,0,0,", "mixedcase\r", ""},
+        // A line that holds both is the vendor's, and the later line counts.
+        {"URL=x VENDOR=y\nVENDOR=a URL=b", "0,1,1,1,1,0,0,", "a url=b", ""},
+        {bounded, "0,1,1,0,1,32,5,", std::string(31, 'v'), std::string(255, 'u')},
+    };
+    const working_folder here;
+    for (const auto &c : cases) {
+        actx = oem_config();
+        ASSERT_EQ(here.read_ini(c.content), 0);
+        std::string numbers;
+        for (const int number : {actx.multivendor, actx.parport, actx.portplugin, actx.scanner,
+                                 actx.update_printer_group, actx.model_count, actx.plugin_count})
+            numbers += std::to_string(number) + ",";
+        EXPECT_EQ(numbers, c.numbers) << c.content;
+        EXPECT_EQ(actx.vendor_lower, c.vendor);
+        EXPECT_EQ(str_tolower_static(actx.vendor_upper), c.vendor);
+        EXPECT_EQ(actx.url, c.url);
+    }
     EXPECT_STREQ(actx.models[31], "model-31-of-man");
-    EXPECT_EQ(actx.plugin_count, 5);
     EXPECT_STREQ(actx.plugins[4], "4");
     EXPECT_EQ(actx.vendor_upper, std::string(31, 'V'));
-    EXPECT_EQ(actx.url, std::string(255, 'u'));
-    EXPECT_EQ(actx.scanner, 0);
-    EXPECT_EQ(actx.parport, 1) << "the key is torn apart by the line buffer";
 }

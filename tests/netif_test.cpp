@@ -1,9 +1,11 @@
 // The host's interfaces and the completion of IPv6 addresses.
+#include "config/text.h"
 #include "io/stream.h"
 #include "netif/derive_ipv6.h"
 #include "netif/ifconfig.h"
 #include "netif/line_reader.h"
 #include "netif/system_interfaces.h"
+#include "records.h"
 #include "scratch.h"
 
 #include <gtest/gtest.h>
@@ -17,7 +19,6 @@
 #include <string>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
-#include <vector>
 
 namespace
 {
@@ -29,69 +30,38 @@ constexpr char OLD_FORMAT[] =
     "          inet6 addr: fec0::1/64 Scope:Site\n"
     "          inet6 addr: 2001:db8::1/64 Scope:Global\n"
     "          inet6 addr: 2001:db8::2/64 Scope:Global inet addr:9.9.9.9\n"
-    "          UP BROADCAST RUNNING MULTICAST  MTU:1500  Metric:1\n"
     "\n"
     "lo        Link encap:Local Loopback  \n"
     "          inet addr:127.0.0.1  Mask:255.0.0.0\n"
-    "          inet6 addr: ::1/128 Scope:Host\n"
-    "\n"
     "an-interface-with-a-name-of-40-characters Link encap:Ethernet\n"
     "          inet addr:012345678901234567890123456789012345678901\n"
     "          inet6 addr: fd00:0123:4567:89ab:cdef:0123:4567:89ab:cdef/64\n";
 
-constexpr char NEW_FORMAT[] = "eth0: flags=4163<UP,BROADCAST,RUNNING,MULTICAST>  mtu 1500\n"
-                              "        inet 192.168.1.10  netmask 255.255.255.0\n"
-                              "        inet6 fe80::1  prefixlen 64  scopeid 0x20<link>\n";
-
-struct interface_list {
-    list_node *head = nullptr;
-    int known_format = 0;
-
-    explicit interface_list(const std::string &output)
-    {
-        const scratch_folder folder;
-        known_format = enumerate_interfaces_from(&head, folder.write("output", output).c_str());
-    }
-    interface_list(const interface_list &) = delete;
-    interface_list &operator=(const interface_list &) = delete;
-    ~interface_list()
-    {
-        list_free(&head);
-    }
-
-    /// Each interface as "name ipv4 broadcast link site global".
-    std::vector<std::string> summaries() const
-    {
-        std::vector<std::string> found;
-        for (const list_node *node = head; node != nullptr; node = node->next) {
-            const auto *i = static_cast<const netinterface_info *>(node->data);
-            found.push_back(std::string(i->name) + " " + i->inet_addr + " " + i->bcast_addr + " " +
-                            i->inet6_link_addr + " " + i->inet6_site_addr + " " +
-                            i->inet6_global_addr);
-        }
-        return found;
-    }
-};
-
-std::string ethernet(const std::string &addresses)
+std::string fields_of(const netinterface_info &i)
 {
-    std::string output = "eth0      Link encap:Ethernet\n";
+    return std::string(i.name) + "," + i.inet_addr + "," + i.bcast_addr + "," + i.inet6_link_addr +
+           "," + i.inet6_site_addr + "," + i.inet6_global_addr;
+}
+
+std::string ip_and_dsc(const device_record &record)
+{
+    return std::string(record.ip) + "=" + record.dsc;
+}
+
+/// Reads the output of ifconfig. Returns whether its format is known.
+int read_interfaces(test_list *interfaces, const std::string &output)
+{
+    const scratch_folder folder;
+    return enumerate_interfaces_from(&interfaces->head, folder.write("output", output).c_str());
+}
+
+std::string ethernet(const std::string &name, const std::string &addresses)
+{
+    std::string output = name + "      Link encap:Ethernet\n";
     std::istringstream words(addresses);
     for (std::string word; words >> word;)
         output += "          inet6 addr: " + word + "/64 Scope:x\n";
     return output;
-}
-
-/// The addresses of a list, each with its description where it has one.
-std::string addresses_of(device_list devices)
-{
-    std::string text;
-    for (const list_node *node = devices; node != nullptr; node = node->next) {
-        const auto *record = static_cast<const device_record *>(node->data);
-        text += std::string(text.empty() ? "" : " ") + record->ip +
-                (record->dsc[0] != '\0' ? std::string("=") + record->dsc : "");
-    }
-    return text;
 }
 
 /// Makes an interface of a hardware type, up and running while the returned descriptor is open;
@@ -120,167 +90,112 @@ TEST(SystemInterfaces, AreEthernetOnesAndNoTunnels)
     const descriptor tunnel(make_interface("tunnel", ARPHRD_TUNNEL));
     if (cable.fd < 0 || tunnel.fd < 0)
         GTEST_SKIP() << "no /dev/net/tun";
-    list_node *found = nullptr;
-    enumerate_system_interfaces(&found);
-    ASSERT_NE(found, nullptr);
-    EXPECT_STREQ(static_cast<netinterface_info *>(found->data)->name, "cable");
-    EXPECT_EQ(found->next, nullptr);
-    list_free(&found);
+    test_list found;
+    enumerate_system_interfaces(&found.head);
+    EXPECT_EQ(found.joined(fields_of).find("cable,"), 0U);
+    EXPECT_EQ(found.joined(fields_of).find("tunnel,"), std::string::npos);
 }
 
-TEST(Ifconfig, ReadsEthernetBlocksOfTheOldFormat)
-{
-    const interface_list interfaces(OLD_FORMAT);
-    EXPECT_EQ(interfaces.known_format, 1);
-    EXPECT_EQ(interfaces.summaries(),
-              (std::vector<std::string>{
-                  "eth0 192.168.1.10 192.168.1.255 fe80::20c:29ff:fe12:3456 fec0::1 2001:db8::2",
-                  "an-interface-with-a-name-of-40- 012345678901234567890123456789012345678   "
-                  "fd00:0123:4567:89ab:cdef:0123:4567:89ab "}));
-}
-
-TEST(Ifconfig, FindsNothingInAnyOtherOutput)
+TEST(Ifconfig, ReadsEthernetBlocksOfTheOldFormatAlone)
 {
     const struct {
         std::string output;
         int known_format;
+        const char *interfaces;
     } cases[] = {
-        {"", 0},
-        {NEW_FORMAT, 0},
-        {std::string("\0\1\2\xff\n inet addr:1.2.3.4", 23), 0},
-        {std::string(5000, 'x'), 0},
-        {"          inet addr:1.2.3.4\n", 0},
-        {"lo        Link encap:Local Loopback\n          inet addr:127.0.0.1\n", 1},
+        {OLD_FORMAT, 1,
+         "eth0,192.168.1.10,192.168.1.255,fe80::20c:29ff:fe12:3456,fec0::1,2001:db8::2 "
+         "an-interface-with-a-name-of-40-,012345678901234567890123456789012345678,,,"
+         "fd00:0123:4567:89ab:cdef:0123:4567:89ab,"},
+        {"eth0: flags=4163<UP>  mtu 1500\n        inet 192.168.1.10  netmask 255.0.0.0\n", 0, ""},
+        {"          inet addr:1.2.3.4\n", 0, ""},
+        {"lo        Link encap:Local Loopback\n", 1, ""},
+        {"eth0 Link encap:Ethernet " + std::string(5000, ' ') + "inet addr:1.2.3.4\n", 1,
+         "eth0,1.2.3.4,,,,"},
     };
     for (const auto &c : cases) {
-        const interface_list interfaces(c.output);
-        EXPECT_EQ(interfaces.head, nullptr) << c.output;
-        EXPECT_EQ(interfaces.known_format, c.known_format) << c.output;
+        test_list interfaces;
+        EXPECT_EQ(read_interfaces(&interfaces, c.output), c.known_format) << c.output;
+        EXPECT_EQ(interfaces.joined(fields_of), c.interfaces);
     }
-    const interface_list long_line("eth0 Link encap:Ethernet " + std::string(5000, ' ') +
-                                   "inet addr:1.2.3.4\n");
-    EXPECT_EQ(long_line.summaries(), std::vector<std::string>{"eth0 1.2.3.4    "});
 }
 
 TEST(LineReader, TellsItsResultsApart)
 {
     const scratch_folder folder;
     const std::string file = folder.write("lines", "one\n" + std::string(1500, 'x') + "\nlast");
-    const auto count = [](const char *, void *context) {
-        ++*static_cast<int *>(context);
-        return 0;
-    };
-    int lines = 0;
-    EXPECT_EQ(for_each_line(file.c_str(), count, &lines), 0);
-    EXPECT_EQ(lines, 4);
-    EXPECT_EQ(for_each_line("exec:printf 'a\\nb\\n'", count, &lines), 0);
-    EXPECT_EQ(lines, 6);
-    EXPECT_EQ(for_each_line("/nonexistent/file", count, &lines), -1);
-    EXPECT_EQ(for_each_line(folder.path.c_str(), count, &lines), -2);
-    EXPECT_EQ(for_each_line(nullptr, count, &lines), -3);
-    EXPECT_EQ(for_each_line(file.c_str(), nullptr, &lines), -3);
-    for (const int result : {-4, -3, -2, -1, 1, 7}) {
-        int answer = result;
-        const auto stop = [](const char *, void *context) { return *static_cast<int *>(context); };
-        EXPECT_EQ(for_each_line(file.c_str(), stop, &answer),
-                  result >= -3 && result < 0 ? 1 : result);
-    }
-}
-
-TEST(Ipv6, CombinesPrefixAndIdentifier)
-{
     const struct {
-        const char *prefix;
-        const char *identifier;
-        const char *combined;
+        const char *source;
+        int answer; ///< of the callback, 0: next line
+        int result;
+        int lines;
     } cases[] = {
-        {"2001:db8::1", "fe80::211:22ff:fe33:4455", "2001:db8::211:22ff:fe33:4455"},
-        {"fd00:1:2:3::1", "2001:db8:1:2:3:4:5:6", "fd00:1:2:3:3:4:5:6"},
-        {"", "fe80::1", ""},
-        {nullptr, "fe80::1", ""},
-        {"fe80::1", nullptr, ""},
-        {"10.0.0.1", "fe80::1", ""},
-        {"fe80::1", "fe80::1%eth0", ""},
+        {file.c_str(), 0, 0, 4},
+        {"exec:printf 'a\\nb\\n'", 0, 0, 2},
+        {file.c_str(), -4, -4, 1},
+        {file.c_str(), 7, 7, 1},
+        {file.c_str(), -3, 1, 1},
+        {file.c_str(), -1, 1, 1},
+        {"/nonexistent/file", 0, -1, 0},
+        {folder.path.c_str(), 0, -2, 0},
+        {nullptr, 0, -3, 0},
     };
     for (const auto &c : cases) {
-        char combined[72] = "old";
-        combine_ipv6_address(combined, sizeof combined, c.prefix, c.identifier);
-        EXPECT_STREQ(combined, c.combined);
+        int state[] = {0, c.answer};
+        const auto count = [](const char *, void *context) {
+            ++static_cast<int *>(context)[0];
+            return static_cast<int *>(context)[1];
+        };
+        EXPECT_EQ(for_each_line(c.source, count, state), c.result);
+        EXPECT_EQ(state[0], c.lines) << c.answer;
     }
 }
 
 TEST(Ipv6, ListsDevicesUnderTheirOtherAddresses)
 {
+    const std::string hosts = ethernet("eth0", "fe80::1 2001:db8::1") + ethernet("lo", "fd00:2::1");
     const struct {
-        const char *host;
+        std::string host; ///< the interfaces, or the addresses of the only one
         const char *devices;
         const char *listed;
     } cases[] = {
-        {"fe80::1 fec0::1 2001:db8::1", "fe80::5=x", "fec0::5=x 2001:db8::5=x"},
-        {"fe80::1 fd00:9::1 2001:db8::1", "fe80::5", "fd00:9::5 2001:db8::5"},
-        {"fe80::1 fec0::1 2001:db8::1", "fec0::5", "fe80::5 2001:db8::5"},
-        {"fe80::1 fec0::1 2001:db8::1", "2001:db8::5", "fe80::5 fec0::5"},
-        {"fe80::1 fd00:9::1 2001:db8::1", "fd00:9::5", "fe80::5 fd00:9::5"},
+        {"fe80::1 fec0::1 2001:db8::1", "fe80::5", "fec0::5=0 2001:db8::5=0"},
+        {"fe80::1 fd00:9::1 2001:db8::1", "fe80::5", "fd00:9::5=0 2001:db8::5=0"},
+        {"fe80::1 fec0::1 2001:db8::1", "fec0::5", "fe80::5=0 2001:db8::5=0"},
+        {"fe80::1 fec0::1 2001:db8::1", "2001:db8::5", "fe80::5=0 fec0::5=0"},
+        {"fe80::1 fd00:9::1 2001:db8::1", "fd00:9::5", "fe80::5=0 fd00:9::5=0"},
         {"fe80::1", "fe80::5", ""},
         {"fe80::1 2001:db8::1", "fe80:0:0:1::5 2001:db9::5", ""},
-        {"", "10.0.0.5=p fe80::5 10.0.0.6 :", "10.0.0.5=p 10.0.0.6"},
-        {"fe80::1 2001:db8::1", "10.0.0.5 fe80::5=a 2001:db8::5=b fe80::6",
-         "10.0.0.5 2001:db8::5=a fe80::5=b 2001:db8::6"},
-        {"fe80::1 fec0::1 2001:db8::1", "fe80::5=early 2001:db8::5=late",
-         "fec0::5=late 2001:db8::5=early fe80::5=late"},
+        {"", "10.0.0.5 fe80::5 10.0.0.6 :", "10.0.0.5=0 10.0.0.6=2"},
+        {"fe80::1 2001:db8::1", "10.0.0.5 fe80::5 2001:db8::5 fe80::6",
+         "10.0.0.5=0 2001:db8::5=1 fe80::5=2 2001:db8::6=3"},
+        {"fe80::1 fec0::1 2001:db8::1", "fe80::5 2001:db8::5", "fec0::5=1 2001:db8::5=0 fe80::5=1"},
+        // With a zone the address is completed on that interface alone.
+        {hosts, "fe80::5%lo", "fd00:2::5=0"},
+        {hosts, "fe80::5%lo fe80::5", "fd00:2::5=0 2001:db8::5=1"},
+        {hosts, "fe80::1234:5678:9abc:def0%none", "2001:db8::1234:5678:9abc:def0=0"},
+        {hosts, "fe80:1234:1234:1234:1234:1234:1234:1234%lo", ""}, // no room for the zone
     };
     for (const auto &c : cases) {
-        const interface_list interfaces(ethernet(c.host));
-        device_list devices = nullptr;
+        test_list interfaces;
+        read_interfaces(&interfaces, c.host == hosts ? hosts : ethernet("eth0", c.host));
+        test_list devices;
         std::istringstream words(c.devices);
-        for (std::string word; words >> word;) {
-            const size_t equals = word.find('=');
-            device_record *record =
-                device_list_find_or_add(&devices, word.substr(0, equals).c_str());
-            if (equals != std::string::npos)
-                strncpy(record->dsc, word.c_str() + equals + 1, DSC_SIZE - 1);
+        std::string word;
+        for (char number = '0'; words >> word; ++number) {
+            const size_t percent = word.find('%');
+            char ip[IP_SIZE];
+            safe_strncpy(ip, word.substr(0, percent).c_str(), sizeof ip);
+            if (percent != std::string::npos)
+                append_zone(ip, word.substr(percent) == "%lo" ? if_nametoindex("lo") : 4000000000U);
+            device_record *record = devices.device(ip);
+            record->dsc[0] = number;
             record->snmp_devtype = 7;
             record->record_state = 2;
         }
-        derive_ipv6_addresses_on(&devices, interfaces.head);
-        EXPECT_EQ(addresses_of(devices), c.listed) << c.devices;
-        for (const list_node *node = devices; node != nullptr; node = node->next) {
-            const auto *record = static_cast<const device_record *>(node->data);
-            EXPECT_EQ(record->snmp_devtype, 7);
-        }
-        list_free(&devices);
-    }
-}
-
-TEST(Ipv6, CompletesAnAddressWithAZoneOnThatInterfaceAlone)
-{
-    const interface_list interfaces("eth0      Link encap:Ethernet\n"
-                                    "          inet6 addr: fe80::1/64 Scope:Link\n"
-                                    "          inet6 addr: 2001:db8:1::1/64 Scope:Global\n"
-                                    "lo        Link encap:Ethernet\n"
-                                    "          inet6 addr: fd00:2::1/64 Scope:Global\n");
-    const unsigned lo = if_nametoindex("lo");
-    const struct {
-        const char *ip;
-        std::vector<unsigned> zones;
-        const char *listed;
-    } cases[] = {
-        {"fe80::5", {lo}, "fd00:2::5"},
-        {"fe80::5", {lo, 0}, "fd00:2::5 2001:db8:1::5"},
-        {"fe80::1234:5678:9abc:def0", {4000000000}, "2001:db8:1:0:1234:5678:9abc:def0"},
-        {"fe80:1234:1234:1234:1234:1234:1234:1234", {lo}, ""}, // no room for the zone
-    };
-    for (const auto &c : cases) {
-        device_list devices = nullptr;
-        for (const unsigned zone : c.zones) {
-            char ip[IP_SIZE] = "";
-            strncpy(ip, c.ip, sizeof ip - 1);
-            if (zone != 0)
-                append_zone(ip, zone);
-            device_list_find_or_add(&devices, ip);
-        }
-        derive_ipv6_addresses_on(&devices, interfaces.head);
-        EXPECT_EQ(addresses_of(devices), c.listed) << c.ip;
-        list_free(&devices);
+        derive_ipv6_addresses_on(&devices.head, interfaces.head);
+        EXPECT_EQ(devices.joined(ip_and_dsc), c.listed) << c.devices;
+        for (const list_node *node = devices.head; node != nullptr; node = node->next)
+            EXPECT_EQ(static_cast<const device_record *>(node->data)->snmp_devtype, 7);
     }
 }
