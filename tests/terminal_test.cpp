@@ -151,24 +151,17 @@ TEST(Terminal, EndsWithoutAMessageWhenItsReaderHasEnough)
 
 TEST(Terminal, TellsWhyNothingWasFound)
 {
-    const std::string asked =
-        "devscout: no printer was found; asked on eth0\n"
-        "devscout: a firewall must let in UDP from ports 161, 427 and 6000\n"
-        "devscout: devices of another SNMP community or another network stay unseen\n";
+    const std::string asked = R"(devscout: no printer was found; asked on eth0
+devscout: a firewall must let in UDP from ports 161, 427 and 6000
+devscout: devices of another SNMP community or another network stay unseen
+)";
     const struct {
         std::string preparation;
         std::string given;
         std::string expected;
     } cases[] = {
-<<<<<<< HEAD
         {"", "--nodeq", asked},
         {"", "--nodeq | true", asked}, // nobody reads the report
-=======
-        {"", "--nodeq", R"(devscout: no printer was found; asked on eth0
-devscout: a firewall must let in UDP from ports 161, 427 and 6000
-devscout: devices of another SNMP community or another network stay unseen
-)"},
->>>>>>> 494d84a (Tests end to end: whole reports as literals, one way to run a program)
         {"ip link set eth0 down; ", "--nodeq --scanner",
          "devscout: no scanner was found: there is no interface to ask on\n"},
     };
