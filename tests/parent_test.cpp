@@ -219,10 +219,13 @@ TEST(Parent, CountsSecondsFromItsStartAndBetweenMarks)
 
 TEST(Parent, EchoesLinesInDebugRuns)
 {
-    const std::string level1 = report_of(ONE_DEVICE, {"-d1", "--snmp"});
-    EXPECT_EQ(line_count(level1, "INFO_RESPONCE: 10.0.0.1 <>"), 1U);
+    const std::string cases =
+        R"("-s --snmp") printf 'ip: 10.0.0.1 snmp: 1,1,0 vendor: V dsc: "\233"\n';;
+"-R 10.0.0.1") echo 'ip: 10.0.0.1 dsc: "Model"';;)";
+    const std::string level1 = report_of(cases, {"-d1", "--snmp"});
+    EXPECT_EQ(line_count(level1, "INFO_RESPONCE: 10.0.0.1 < >"), 1U);
     EXPECT_EQ(line_count(level1, "["), 0U);
-    EXPECT_EQ(lines_with(report_of(ONE_DEVICE, {"--snmp", "-d2"}), "["),
-              "[0]LINE: ip: 10.0.0.1 snmp: 1,1,0 vendor: V dsc: \"\"\n"
+    EXPECT_EQ(lines_with(report_of(cases, {"--snmp", "-d2"}), "["),
+              "[0]LINE: ip: 10.0.0.1 snmp: 1,1,0 vendor: V dsc: \"\x9b\"\n"
               "[4]LINE: ip: 10.0.0.1 dsc: \"Model\"\n");
 }

@@ -1,6 +1,7 @@
 // Merging the lines that children print into the parent's device list.
 #include "driver/merge.h"
 
+#include "config/printable.h"
 #include "config/text.h"
 #include "driver/lines.h"
 #include "driver/slots.h"
@@ -84,9 +85,12 @@ void merge_description(const merge_target *target, const description_line &line)
     device_record *record = device_list_find_or_add(target->devices, line.ip);
     if (record == nullptr)
         return;
-    // The odd spelling is what readers of this output look for.
-    if (target->debug_level > 0)
-        printf("INFO_RESPONCE: %s <%s>\n", line.ip, record->dsc);
+    if (target->debug_level > 0) {
+        // Two texts put together are cut, and half a character may be a control byte.
+        char held[DSC_SIZE];
+        // The odd spelling is what readers of this output look for.
+        printf("INFO_RESPONCE: %s <%s>\n", line.ip, printable_text(held, record->dsc, sizeof held));
+    }
     if (line.failed)
         record->scan_info[0] = UNREACHABLE_MARK;
     else
