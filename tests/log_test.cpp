@@ -24,10 +24,12 @@ struct log_files {
     std::string name = "devscout_test_" + std::to_string(getpid());
     std::string configuration = "/tmp/" + name + ".lcf";
     std::string plain = "/tmp/" + name + ".log";
+    std::string victim = "/tmp/" + name + ".victim"; // a hard link stays on its file system
 
     ~log_files()
     {
         log_close();
+        std::filesystem::remove(victim);
         std::filesystem::remove(plain);
         std::filesystem::remove(configuration);
     }
@@ -101,9 +103,9 @@ TEST(Log, AppendsOrTruncatesAndWritesAtOnceInFlushMode)
 TEST(Log, TakesNothingThatIsNotItsOwnFile)
 {
     const log_files files;
-    const scratch_folder folder;
-    const std::string victim = folder.write("victim", "precious");
+    const std::string &victim = files.victim;
     const std::string &log = files.plain;
+    std::ofstream(victim) << "precious";
     const struct {
         std::string lay;
         bool is_read; ///< a FIFO is: then nothing but what it is keeps it from being opened
