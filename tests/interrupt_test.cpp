@@ -30,9 +30,9 @@ bool ends(const std::string &pid)
 
 /// Children that stay for long, with a grandchild each, and note their numbers.
 constexpr char LONG_CHILDREN[] = R"(
-*) sleep 60 & printf '%s\n' $$ $! >>"$here/pids"
+*) trap '' TERM HUP; sleep 60 & printf '%s\n' $$ $! >>"$here/pids"
     case "$*" in *snmp) echo 'ip: 10.0.0.1 vendor: V dsc: "D"'; esac
-    trap '' TERM HUP; wait;;)";
+    wait;;)";
 
 } // namespace
 

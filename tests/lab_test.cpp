@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <vector>
 
 namespace
 {
@@ -22,16 +21,6 @@ device 10.9.1.7 id="MFG:Ramo;MDL:S7;CLS:PRINTER,SCN;" scan=foreign
 device 10.9.1.8 slp.url="service:printer:lpr://%a:515/q" slp.url="service:printer:ipp://%a"
 device 10.9.1.9 id="MFG:Taliven;MDL:Disk;CLS:STORAGE;"
 )";
-
-/// The SNMP requests of a record, each as "DESTINATION VERSION, ".
-std::string versions_asked(const std::string &record)
-{
-    std::string found;
-    std::istringstream lines(requests(record, "snmp"));
-    for (std::string to, length, bytes; lines >> to >> length >> bytes;)
-        found += to + (bytes.substr(4, 6) == "020100" ? " 1, " : " 2c, ");
-    return found;
-}
 
 } // namespace
 
@@ -134,10 +123,11 @@ ip: fe80::2:1       slp: 0,0,0,0 snmp: 0,0,0 vendor: A dsc: "site"
 ip: fe80::3:1       slp: 0,0,0,0 snmp: 0,0,0 vendor: A dsc: "global"
 )");
     EXPECT_EQ(line_count(requests(result.record, "nodeq"), "255.255.255.255:6000 "), 2U)
-        << "over IPv6 nothing is sent:\n"
-        << result.record;
-    EXPECT_EQ(versions_asked(result.record),
-              "255.255.255.255:161 1, 255.255.255.255:161 1, [ff02::1]:161 2c, [ff02::1]:161 2c, ");
+        << "over IPv6 nothing is sent: " << result.record;
+    // Behind a request's first two bytes stands its version: 0 is SNMPv1, 1 is SNMPv2c.
+    EXPECT_THAT(requests(result.record, "snmp"),
+                testing::MatchesRegex("(255.255.255.255:161 [0-9]+ 30..020100[^\n]+\n){2}"
+                                      "([[]ff02::1]:161 [0-9]+ 30..020101[^\n]+\n){2}"));
 }
 
 TEST(Lab, AsksAgainAndWaitsOnceMoreAfterSilence)
@@ -193,8 +183,7 @@ no name 1 # Mode scan
  1 # Mode scan 
 ::x 1 # Mode scan 
 )");
-    EXPECT_THAT(requests(result.record, "inquiry"),
-                testing::HasSubstr("10.9.1.1:9400 4 1ba81200\n"));
+    EXPECT_GE(line_count(requests(result.record, "inquiry"), "10.9.1.1:9400 4 1ba81200"), 1U);
 }
 
 TEST(Lab, WaitsForSlowConnections)
