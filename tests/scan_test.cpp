@@ -75,10 +75,17 @@ TEST(Probe, WaitsForASilentDeviceAndTriesAgain)
     EXPECT_THAT(out, testing::MatchesRegex("# time before select on open is [^\n]*\n"
                                            "# time  after select on open is [^\n]*\n"));
 
-    std::thread makes_room([&] {
-        wait_for(-1, 0, 50 * MICROSECONDS_PER_MILLISECOND);
-        device.take();
-    });
-    EXPECT_EQ(probe_reachable(HOST, device.port, 0), 1) << "the first attempt is lost";
-    makes_room.join();
+    // On a busy machine there may be room too late: then once more.
+    int reached = 0;
+    for (int turn = 0; turn < 20 && reached == 0; ++turn) {
+        const descriptor filling(tcp_connect_timeout(HOST, device.port, 0));
+        std::thread makes_room([&] {
+            wait_for(-1, 0, 50 * MICROSECONDS_PER_MILLISECOND);
+            while (device.take()) {
+            }
+        });
+        reached = probe_reachable(HOST, device.port, 0);
+        makes_room.join();
+    }
+    EXPECT_EQ(reached, 1) << "the first attempt is lost";
 }
