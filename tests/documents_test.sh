@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Compares the keys that the program and the lab read with those that their documents name, and the
-# README's report with the manual's. SOURCE comes from CTest.
+# Compares the options and keys that the program and the lab read with those that their documents,
+# the usage and the completion for bash name, and the README's report with the manual's. SOURCE comes
+# from CTest.
 set -euo pipefail
 cd "$SOURCE"
 
@@ -22,6 +23,22 @@ manual_names() # FILE
         tr ' ' '\n' | grep -E '^[A-Za-z_.]{3,}$'
 }
 table_keys() { sed -nE 's/^ *\{"([A-Za-z0-9_.]+)=?", *.*/\1/p' "$@"; }
+
+# One option a line; what is attached to a letter, such as a level, is cut off.
+options() { grep -oE -- '--?[A-Za-z0-9]+' | sed -E 's/^(-[A-Za-z])[A-Z]+$/\1/'; }
+
+options_read=$({
+    grep -ohE '"--?[A-Za-z0-9]+"' src/driver/command_line.cpp src/driver/help.cpp
+    grep -oE "option == '.'" src/driver/command_line.cpp | sed -E "s/.*'(.)'/-\1/"
+    sed -nE 's/^ *\{"([a-z0-9]+)", [0-9].*/--\1/p' src/driver/method.h
+} | options)
+compare 'options in the usage' "$options_read" "$(grep -E '^ *"  -' src/driver/help.cpp | options)"
+compare 'options in the manual' "$options_read" \
+    "$(sed -n 's/^\.It Fl/Fl/p' share/man/man1/devscout.1 | sed 's/Fl /-/g' | options)"
+# shellcheck disable=SC2016 # the backticks are the README's
+compare 'options in the README' "$options_read" "$(grep '^|' README.md | grep -oE '`-[^` ]+' | options)"
+compare 'options of the completion' "$options_read" \
+    "$(sed -n "/options='/,/'\$/p" share/bash-completion/completions/devscout | options)"
 
 compare 'log configuration' "$(table_keys src/log/log.cpp)" \
     "$(sed -nE '/^\.Bl -tag -width "USE_TIMESTAMP"/,/^\.El/ s/^\.It Li //p' share/man/man1/devscout.1 |

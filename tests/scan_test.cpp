@@ -1,15 +1,13 @@
 // The reachability probe, against ports of this host that answer, refuse or drop a connection.
+#include "bound_socket.h"
 #include "capture.h"
-#include "io/stream.h"
 #include "io/wait.h"
 #include "scan/tcp_connect.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <arpa/inet.h>
 #include <string>
-#include <sys/socket.h>
 #include <thread>
 
 namespace
@@ -21,20 +19,12 @@ constexpr int TIMES_LEVEL = 5;
 /// A listening TCP port. Behind a queue of no length the system drops the second connection's
 /// segments without a word until the first one is accepted.
 struct listener {
-    descriptor owner;
     uint16_t port = 0;
+    descriptor owner;
 
     explicit listener(int queue)
-        : owner(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0))
+        : owner(open_bound_socket(SOCK_STREAM | SOCK_NONBLOCK, HOST, &port, queue))
     {
-        struct sockaddr_in address = {};
-        address.sin_family = AF_INET;
-        inet_aton(HOST, &address.sin_addr);
-        socklen_t size = sizeof address;
-        EXPECT_EQ(bind(owner.fd, reinterpret_cast<struct sockaddr *>(&address), size), 0);
-        getsockname(owner.fd, reinterpret_cast<struct sockaddr *>(&address), &size);
-        port = ntohs(address.sin_port);
-        listen(owner.fd, queue);
     }
 
     /// Accepts a connection. Returns whether one was there.

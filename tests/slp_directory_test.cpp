@@ -34,7 +34,7 @@ TEST(SlpDirectory, ConfiguredAgentsAreAskedInTurnAndMulticastFollowsWhenAllFail)
     const char *agents = "net.slp.DAAddresses = 127.0.0.77, 127.0.0.2, 127.0.0.3, 127.0.0.2\n"
                          "net.slp.activeDADetection = yes";
     for (const auto &c : cases) {
-        const std::string message = wire_with(wire_reply({}), LENGTH_FIELD, c.length);
+        const std::string message = wire_with(wire_reply({}, {}), LENGTH_FIELD, c.length);
         EXPECT_EQ(search(advert + c.talk, agents, {message}), c.told) << c.talk;
     }
 }
@@ -81,13 +81,14 @@ TEST(SlpDirectory, AgentsOfOurScopesAreFoundByMulticast)
         const char *asked;    ///< for printers: an agent, or the group when it is none of ours
         const char *replies = "*";
     } cases[] = {
-        {wire_advert(third, "lab, DEFAULT"), "2 ", "udp 3"},
-        {wire_advert(third, "default"), "2 ", "udp 3: !; group 1", "*@2 =default"}, // one a sender
-        {wire_advert("service:directory-agent://da", "default"), "2 ", "udp 2"},
-        {wire_advert(second, "office,defaults"), "2 ", "group 1"},
-        {wire_advert(second, "default", 0), "2 ", "group 1"},
-        {wire_advert("service:printer:x://a", "default"), "2 ", "group 1"},
-        {wire_advert(second, "default", 9, 2), "", "group 1"},
+        {wire_advert({}, {third, "lab, DEFAULT"}), "2 ", "udp 3"},
+        {wire_advert({}, {third, "default"}), "2 ", "udp 3: !; group 1",
+         "*@2 =default"}, // one a sender
+        {wire_advert({}, {"service:directory-agent://da", "default"}), "2 ", "udp 2"},
+        {wire_advert({}, {second, "office,defaults"}), "2 ", "group 1"},
+        {wire_advert({}, {second, "default", 0}), "2 ", "group 1"},
+        {wire_advert({}, {"service:printer:x://a", "default"}), "2 ", "group 1"},
+        {wire_advert({}, {second, "default", 9, 2}), "", "group 1"},
         {"garbage", "", "group 1"},
     };
     const char *settings = "net.slp.activeDADetection = yes\nnet.slp.maxResults = 1\n"

@@ -1,7 +1,7 @@
 // The SLP messages: what is sent, what is read, and what is refused.
 #include "slp/agent/message.h"
 
-#include "slp_encoder.h"
+#include "simulator/slp_wire.h"
 
 #include <gtest/gtest.h>
 
@@ -10,9 +10,11 @@
 namespace
 {
 
+constexpr uint16_t XID = 0x1234;
+const wire_header HEADER = {0, XID};
 const std::string ENTRY_A = wire_url("a");
 const std::string ENTRY_B = wire_url("b");
-const std::string WHOLE = wire_reply({ENTRY_A, ENTRY_B});
+const std::string WHOLE = wire_reply(HEADER, {ENTRY_A, ENTRY_B});
 
 /// Reads a reply from memory of just its size, where a sanitizer sees every byte read too many, and
 /// returns its URLs with blanks behind them; "error N" or "refused N" otherwise.
@@ -20,7 +22,7 @@ std::string read_reply(const std::string &message)
 {
     const std::vector<uint8_t> bytes(message.begin(), message.end());
     slp_service_reply reply;
-    const int refused = slp_read_service_reply(bytes.data(), bytes.size(), WIRE_XID, &reply);
+    const int refused = slp_read_service_reply(bytes.data(), bytes.size(), XID, &reply);
     std::string text = reply.overflow ? "overflow " : "";
     if (refused != 0)
         text += "refused " + std::to_string(refused);
@@ -28,7 +30,7 @@ std::string read_reply(const std::string &message)
         text += "error " + std::to_string(reply.error_code);
     for (const slp_url_entry &entry : reply.urls) {
         text += std::string(entry.url) + " ";
-        EXPECT_EQ(entry.lifetime, 300);
+        EXPECT_EQ(entry.lifetime, WIRE_LIFETIME);
     }
     return text;
 }
@@ -39,10 +41,14 @@ TEST(SlpMessage, RequestIsReadBackByAnIndependentReader)
 {
     slp_request request = {"en", "service:printer", std::string(65535, 's'), "(x=1)", 0xA1B2};
     const std::vector<uint8_t> built = slp_build_request(request, 0x2000, "10.0.0.1,10.0.0.2");
-    const std::string text(built.begin(), built.end());
-    EXPECT_EQ(wire_request_texts(text),
-              (std::vector<std::string>{"en", "10.0.0.1,10.0.0.2", "service:printer",
-                                        request.scopes, "(x=1)", ""}));
+    wire_header header;
+    wire_request_texts texts;
+    EXPECT_EQ(wire_read_request({reinterpret_cast<const char *>(built.data()), built.size()},
+                                header, texts),
+              0);
+    EXPECT_TRUE(header.flags == 0x2000 && header.xid == 0xA1B2 && header.language == "en");
+    EXPECT_EQ(texts, (wire_request_texts{"10.0.0.1,10.0.0.2", "service:printer", request.scopes,
+                                         "(x=1)", ""}));
     request.scopes += 's';
     EXPECT_TRUE(slp_build_request(request, 0, "").empty()) << "longer than its length can say";
     EXPECT_GT((std::set{slp_new_xid(), slp_new_xid(), slp_new_xid()}.size()), 1U);
@@ -50,8 +56,11 @@ TEST(SlpMessage, RequestIsReadBackByAnIndependentReader)
 
 TEST(SlpMessage, RefusesWhatIsNoReplyAndKeepsTheEntriesBeforeTheFirstBrokenOne)
 {
-    const std::string auth = wire_auth("signer", "signature");
-    const auto reply = [](const std::string &second) { return wire_reply({ENTRY_A, second}); };
+    const wire_field count = wire_behind_header(WHOLE, COUNT_FIELD);
+    const std::string auth = wire_signature("signer", "signature");
+    const auto reply = [](const std::string &second) {
+        return wire_reply(HEADER, {ENTRY_A, second});
+    };
     const auto signed_b = [&](const std::string &blocks) { return reply(wire_url("b", blocks)); };
     const struct {
         const char *name;
@@ -62,22 +71,22 @@ TEST(SlpMessage, RefusesWhatIsNoReplyAndKeepsTheEntriesBeforeTheFirstBrokenOne)
         {"length in the header", wire_with(WHOLE, LENGTH_FIELD, 13), "refused -1"},
         {"language too long", wire_with(WHOLE, LANGUAGE_FIELD, 65535), "refused -1"},
         {"request", wire_with(WHOLE, FUNCTION_FIELD, 1), "refused -2"},
-        {"other transaction", wire_with(WHOLE, XID_FIELD, WIRE_XID + 1), "refused -3"},
+        {"other transaction", wire_with(WHOLE, XID_FIELD, 9), "refused -3"},
         {"length in the count", wire_with(WHOLE, LENGTH_FIELD, 19), "refused -4"},
-        {"fewer announced", wire_with(WHOLE, COUNT_FIELD, 1), "a "},
-        {"more announced", wire_with(WHOLE, COUNT_FIELD, 65535), "a b "},
+        {"fewer announced", wire_with(WHOLE, count, 1), "a "},
+        {"more announced", wire_with(WHOLE, count, 65535), "a b "},
         {"length too large", wire_with(WHOLE, LENGTH_FIELD, 0xFFFFFF), "a b "},
         {"length ends in the last entry", wire_with(WHOLE, LENGTH_FIELD, WHOLE.size() - 1), "a "},
         {"extensions behind the entries", reply(ENTRY_B + "\x40\x02 rest"), "a b "},
         {"url one byte too long", reply(wire_with(ENTRY_B, URL_FIELD, 3)), "a "},
-        {"signed twice", signed_b("\2" + auth + wire_auth("", "")), "a b "},
+        {"signed twice", signed_b("\2" + auth + wire_signature("", "")), "a b "},
         {"signatures missing", signed_b("\xff" + auth), "a "},
         {"signature of length 9", signed_b("\1" + wire_with(auth, BLOCK_FIELD, 9)), "a "},
         {"long signature", signed_b("\1" + wire_with(auth, BLOCK_FIELD, 65535)), "a "},
         {"long signer", signed_b("\1" + wire_with(auth, SIGNER_FIELD, 16)), "a "},
-        {"overflow", wire_reply({ENTRY_A}, WIRE_OVERFLOW), "overflow a "},
-        {"error alone", wire_message(WIRE_REPLY, 0, wire_number(4, 2)), "error 4"},
-        {"error with urls", wire_with(WHOLE, ERROR_FIELD, 14), "error 14"},
+        {"overflow", wire_reply({WIRE_OVERFLOW, XID}, {ENTRY_A}), "overflow a "},
+        {"error alone", wire_message(WIRE_REPLY, HEADER, wire_number(4, 2)), "error 4"},
+        {"error with urls", wire_reply(HEADER, {ENTRY_A, ENTRY_B}, 14), "error 14"},
     };
     for (const auto &c : cases)
         EXPECT_EQ(read_reply(c.message), c.read) << c.name;
@@ -86,9 +95,9 @@ TEST(SlpMessage, RefusesWhatIsNoReplyAndKeepsTheEntriesBeforeTheFirstBrokenOne)
 TEST(SlpMessage, EveryCutIsReadWithinItsBytes)
 {
     const std::string reply =
-        wire_reply({wire_url("a", "\1" + wire_auth("signer", "signature")), ENTRY_B});
+        wire_reply(HEADER, {wire_url("a", "\1" + wire_signature("signer", "signature")), ENTRY_B});
     const size_t one = reply.size() - ENTRY_B.size();
-    const std::string advert = wire_advert("service:directory-agent://a", "default,lab");
+    const std::string advert = wire_advert(HEADER, {"service:directory-agent://a", "default,lab"});
     const size_t needed = advert.size() - 10; // the attributes, signers and signatures behind
     for (size_t size = 0; size < 80; ++size) {
         EXPECT_EQ(read_reply(reply.substr(0, size)), size < 16             ? "refused -1"
@@ -99,7 +108,7 @@ TEST(SlpMessage, EveryCutIsReadWithinItsBytes)
         const std::string part = advert.substr(0, size);
         const std::vector<uint8_t> cut(part.begin(), part.end());
         slp_da_advert read;
-        EXPECT_EQ(slp_read_da_advert(cut.data(), cut.size(), WIRE_XID, &read),
+        EXPECT_EQ(slp_read_da_advert(cut.data(), cut.size(), XID, &read),
                   size < 16       ? SLP_REFUSED_HEADER
                   : size < needed ? SLP_REFUSED_BODY
                                   : 0)

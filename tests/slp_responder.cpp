@@ -1,19 +1,17 @@
 // Agents for the tests, and searches that see nothing but them.
 #include "slp_responder.h"
 
-#include "io/stream.h"
+#include "bound_socket.h"
 #include "slp/agent/agent.h"
 #include "slp/agent/slp.h"
 
 #include <algorithm>
-#include <arpa/inet.h>
 #include <cstring>
 #include <future>
 #include <gtest/gtest.h>
 #include <map>
 #include <poll.h>
 #include <sstream>
-#include <sys/socket.h>
 #include <thread>
 
 namespace
@@ -21,7 +19,7 @@ namespace
 
 constexpr size_t PIECE_SIZE = 7; // of what is sent over TCP
 constexpr char URL[] = "service:printer:lpr://10.0.0.1/";
-const std::vector<std::string> USUAL_TEXTS = {"", "en", "service:printer", "default"};
+const std::vector<std::string> USUAL_TEXTS = {"", "service:printer", "default"};
 constexpr char NETWORK[] = "127.0.0.";
 constexpr char DIRECTORY_AGENT[] = "service:directory-agent";
 
@@ -36,27 +34,14 @@ struct played_agents {
 /// The last number of the sender's address, and the bytes.
 using played_answer = std::pair<std::string, std::string>;
 
-/// Opens a socket bound to 127.0.0.`last`; leaves its port in `port`. Returns -1 where it is taken.
-int bind_new(int type, const std::string &last, uint16_t *port)
-{
-    descriptor opened(socket(AF_INET, type | SOCK_CLOEXEC, 0));
-    struct sockaddr_in own = {AF_INET, htons(*port), {inet_addr((NETWORK + last).c_str())}, {}};
-    auto *plain = reinterpret_cast<struct sockaddr *>(&own);
-    socklen_t size = sizeof own;
-    if (bind(opened.fd, plain, size) != 0 || getsockname(opened.fd, plain, &size) != 0 ||
-        (type == SOCK_STREAM && listen(opened.fd, 8) != 0))
-        return -1;
-    *port = ntohs(own.sin_port);
-    return opened.release();
-}
-
 /// Mostly, the port that the system chooses for the first socket is free on the other addresses.
 bool listen_on_all(played_agents *agents)
 {
     agents->port = 0;
     for (size_t i = 0; i < std::size(agents->sockets); ++i) {
         const int type = i % 2 == 0 ? SOCK_DGRAM : SOCK_STREAM;
-        agents->sockets[i].reset(bind_new(type, std::to_string(i / 2 + 1), &agents->port));
+        agents->sockets[i].reset(
+            open_bound_socket(type, NETWORK + std::to_string(i / 2 + 1), &agents->port));
         if (agents->sockets[i].fd < 0)
             return false;
     }
@@ -71,26 +56,30 @@ std::string reply(played_agents *agents, const std::string &brief)
         return agents->messages.back();
     }
     if (brief[0] == '=')
-        return wire_advert("service:directory-agent://da", brief.substr(1));
+        return wire_advert({}, {"service:directory-agent://da", brief.substr(1)});
     if (has('!'))
-        return wire_message(WIRE_REPLY, 0, wire_number(4, 2));
+        return wire_message(WIRE_REPLY, {}, wire_number(4, 2));
     std::vector<std::string> entries;
     for (const char letter : brief)
         if (letter >= 'A' && letter <= 'Z')
             entries.push_back(wire_url(std::string(URL) + letter));
-    std::string whole = wire_reply(entries, has('+') ? WIRE_OVERFLOW : 0);
-    if (has('?'))
-        whole = wire_with(whole, XID_FIELD, WIRE_XID + 1);
+    const std::string whole =
+        wire_reply({has('+') ? WIRE_OVERFLOW : 0, has('?') ? 1U : 0U}, entries);
     return whole.substr(0, whole.size() - (has('<') ? 1 : 0));
 }
 
-/// Notes a request and returns its answers, which carry its transaction number.
+/// Notes a request and returns its answers, which carry its transaction number: they are built
+/// with 0, or with 1 for another transaction.
 std::vector<played_answer> hear(played_agents *agents, const std::string &way,
                                 const std::string &listener, const std::string &request)
 {
     std::string seen = way + listener;
     std::string kind = listener;
-    for (const std::string &text : wire_request_texts(request)) {
+    wire_header header;
+    wire_request_texts texts;
+    EXPECT_EQ(wire_read_request(request, header, texts), 0);
+    EXPECT_EQ(header.language, "en");
+    for (const std::string &text : texts) {
         if (text == DIRECTORY_AGENT)
             kind += text;
         else if (std::count(USUAL_TEXTS.begin(), USUAL_TEXTS.end(), text) == 0)
@@ -98,9 +87,9 @@ std::vector<played_answer> hear(played_agents *agents, const std::string &way,
     }
     for (size_t at = 0; (at = seen.find(NETWORK)) != std::string::npos;)
         seen.erase(at, strlen(NETWORK));
-    const size_t xid = wire_number_at(request, XID_FIELD);
-    EXPECT_NE(xid, 0U);
-    EXPECT_EQ(agents->xids.emplace(kind, xid).first->second, xid) << "one number a search";
+    EXPECT_NE(header.xid, 0U);
+    EXPECT_EQ(agents->xids.emplace(kind, header.xid).first->second, header.xid)
+        << "one number a search";
     std::string expected;
     std::string replies;
     std::getline(agents->talk >> std::ws, expected, ':');
@@ -111,10 +100,10 @@ std::vector<played_answer> hear(played_agents *agents, const std::string &way,
     for (std::string brief; briefs >> brief;) {
         const size_t at = brief.find('@');
         std::string bytes = reply(agents, brief.substr(0, at));
-        const size_t asked = brief[0] == '=' ? agents->xids[listener + DIRECTORY_AGENT] : xid;
+        const size_t asked =
+            brief[0] == '=' ? agents->xids[listener + DIRECTORY_AGENT] : header.xid;
         if (bytes.size() >= XID_FIELD.at + XID_FIELD.width)
-            bytes =
-                wire_with(bytes, XID_FIELD, wire_number_at(bytes, XID_FIELD) ^ WIRE_XID ^ asked);
+            bytes = wire_with(bytes, XID_FIELD, wire_number_at(bytes, XID_FIELD) ^ asked);
         answers.emplace_back(at == std::string::npos ? listener : brief.substr(at + 1), bytes);
     }
     return answers;
@@ -132,7 +121,8 @@ void serve_udp(played_agents *agents, int fd, const std::string &listener)
          hear(agents, to_group ? "group " : "udp ", listener, bytes)) {
         uint16_t any_port = 0;
         const bool is_own = sender == listener;
-        const descriptor other(is_own ? -1 : bind_new(SOCK_DGRAM, sender, &any_port));
+        const descriptor other(is_own ? -1
+                                      : open_bound_socket(SOCK_DGRAM, NETWORK + sender, &any_port));
         sendto(is_own ? fd : other.fd, answer.data(), answer.size(), 0, plain, size);
     }
 }
@@ -171,7 +161,8 @@ SLPBoolean note_call(SLPHandle handle, const char *url, unsigned short lifetime,
     EXPECT_EQ(SLPFindSrvs(handle, "service:x", nullptr, nullptr, note_call, cookie),
               SLP_HANDLE_IN_USE);
     SLPClose(handle);
-    EXPECT_TRUE(code == SLP_OK ? lifetime == 300 : code == SLP_LAST_CALL && url == nullptr);
+    EXPECT_TRUE(code == SLP_OK ? lifetime == WIRE_LIFETIME
+                               : code == SLP_LAST_CALL && url == nullptr);
     std::string text = url != nullptr ? url : "last";
     if (text.rfind(URL, 0) == 0)
         text.erase(0, strlen(URL));

@@ -2,7 +2,7 @@
 // 127.0.0.1, 127.0.0.2 and 127.0.0.3; and searches that see nothing but them.
 #pragma once
 
-#include "slp_encoder.h"
+#include "simulator/slp_wire.h"
 
 /// Searches for printers and expects just the requests of the talk: "REQUEST: REPLIES; ...".
 ///

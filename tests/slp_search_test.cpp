@@ -34,8 +34,8 @@ TEST(SlpSearch, WhatArrivesDuringAPauseCountsAndAFloodProlongsNoWait)
 
 TEST(SlpSearch, LyingRepliesAreDroppedAndTheSearchGoesOn)
 {
-    const std::string unusable = wire_reply(
-        {wire_url(""), wire_url({'x', '\0', 'y'}), wire_url("x\nip: 10.0.0.2"), wire_url("x\x7f")});
+    const std::string unusable = wire_reply({}, {wire_url(""), wire_url({'x', '\0', 'y'}),
+                                                 wire_url("x\nip: 10.0.0.2"), wire_url("x\x7f")});
     EXPECT_EQ(search("group 1: * * A?@2 !@2 BC<@3; group 1 3: *@2; group 1 3,2:; group 1 3,2:", "",
                      {"", "garbage that is long enough to be a header", unusable}),
               "B last 0");

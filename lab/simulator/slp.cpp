@@ -15,8 +15,6 @@
 
 constexpr uint32_t SLP_GROUP = 0xEFFFFFFD; // 239.255.255.253
 constexpr long DEFAULT_MTU = 1400;         // bytes of a message
-constexpr long LIFETIME_S = 10800;         // seconds
-constexpr size_t XID_OFFSET = 10;
 constexpr size_t NO_LIMIT = SIZE_MAX;
 constexpr std::string_view PRINTER_TYPE = "service:printer";
 constexpr std::string_view AGENT_TYPE = "service:directory-agent";
@@ -86,13 +84,11 @@ static void add_urls(const device &one, std::string_view key, const std::string 
 static slp_answer begin_answer(const device &one, const slp_request &request)
 {
     slp_answer answer;
-    answer.xid = request.xid;
-    answer.language = request.language;
-    answer.lifetime = LIFETIME_S;
+    answer.header.xid = request.header.xid;
+    answer.header.language = request.header.language;
     answer.lie = device_text(one, "slp.lie");
-    answer.authenticated = answer.lie == "auth";
     if (answer.lie == "overflow")
-        answer.flags |= SLP_FLAG_OVERFLOW;
+        answer.header.flags |= WIRE_OVERFLOW;
     if (answer.lie == "error")
         answer.error = SLP_ERROR_PARSE;
     return answer;
@@ -111,17 +107,15 @@ static std::string service_agent_reply(const device &one, const slp_request &req
     if (!shares_scope(one, request) || text_equal_ignoring_case(request.type, AGENT_TYPE))
         return "";
     if (device_has(one, "slp.raw")) {
-        std::string bytes = device_bytes(one, "slp.raw");
-        if (bytes.size() >= XID_OFFSET + 2) {
-            bytes[XID_OFFSET] = static_cast<char>(request.xid >> 8);
-            bytes[XID_OFFSET + 1] = static_cast<char>(request.xid & 0xFF);
-        }
-        return bytes;
+        const std::string bytes = device_bytes(one, "slp.raw");
+        return bytes.size() < XID_FIELD.at + XID_FIELD.width
+                   ? bytes
+                   : wire_with(bytes, XID_FIELD, request.header.xid);
     }
     slp_answer answer = begin_answer(one, request);
     add_urls(one, "slp.url", request.type, answer.urls);
     if (transport == OVER_TCP)
-        answer.flags = 0;
+        answer.header.flags = 0;
     return answer.urls.empty() ? "" : slp_build_reply(answer, size_limit(one, transport));
 }
 
@@ -143,7 +137,7 @@ static std::string directory_agent_reply(const fleet &devices, const device &one
         answer.error = SLP_ERROR_SCOPE_NOT_SUPPORTED;
     answer.error = static_cast<uint16_t>(device_number(one, "slp.da.error", answer.error));
     if (transport == OVER_UDP && device_has(one, "slp.da.overflow")) {
-        answer.flags |= SLP_FLAG_OVERFLOW;
+        answer.header.flags |= WIRE_OVERFLOW;
     } else if (answer.error == 0 || answer.lie == "error") {
         for (const device &other : devices.devices) {
             if (is_registered(other, one))
@@ -152,7 +146,7 @@ static std::string directory_agent_reply(const fleet &devices, const device &one
         add_urls(one, "slp.url", request.type, answer.urls);
     }
     if (transport == OVER_TCP)
-        answer.flags = 0;
+        answer.header.flags = 0;
     return slp_build_reply(answer, size_limit(one, transport));
 }
 

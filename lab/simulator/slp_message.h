@@ -1,5 +1,5 @@
-// Messages of the Service Location Protocol, version 2 (RFC 2608): service requests are read,
-// service replies and directory agent adverts are built.
+// What the simulated agents understand and say: service requests are read, service replies and
+// directory agent adverts are built.
 #pragma once
 
 #include <cstdint>
@@ -7,13 +7,13 @@
 #include <string_view>
 #include <vector>
 
-constexpr uint16_t SLP_FLAG_OVERFLOW = 0x8000;
+#include "simulator/slp_wire.h"
+
 constexpr uint16_t SLP_ERROR_PARSE = 2;
 constexpr uint16_t SLP_ERROR_SCOPE_NOT_SUPPORTED = 4;
 
 struct slp_request {
-    uint16_t xid = 0;
-    std::string language;
+    wire_header header;
     std::vector<std::string> responders; ///< address texts of those that need not answer again
     std::string type;
     std::vector<std::string> scopes;
@@ -21,14 +21,11 @@ struct slp_request {
 
 /// What goes into a reply or an advert, faults included.
 struct slp_answer {
-    uint16_t xid = 0;
-    std::string language;
-    uint16_t flags = 0;
+    wire_header header;
     uint16_t error = 0;
-    uint16_t lifetime = 0; ///< seconds
     std::vector<std::string> urls;
-    bool authenticated = false; ///< every URL carries two authentication blocks
-    /// The fault: empty, or count, url-length, length, language, xid, version, function, truncate.
+    /// The fault: empty, auth (two authentication blocks at every URL), count, url-length, length,
+    /// language, xid, version, function or truncate.
     std::string lie;
 };
 
