@@ -40,7 +40,6 @@ device 10.9.1.10 nodeq.hex=41414141414141424242
 device 10.9.1.11
 )";
     const lab_result result = devscout_in_lab({FLEET}, {"-s", "--nodeq"});
-    SKIP_NO_LAB(result);
     EXPECT_EQ(sorted_devices(result.program.out),
               R"(ip: 10.9.1.1        slp: 0,0,0,0 snmp: 0,0,0 vendor:  dsc: "#[ABC] XYZ"
 ip: 10.9.1.10       slp: 0,0,0,0 snmp: 0,0,0 vendor:  dsc: "#[BBB]"
@@ -59,7 +58,6 @@ ip: 10.9.1.9        slp: 0,0,0,0 snmp: 0,0,0 vendor:  dsc: "#[ [2J #]"
 TEST(Lab, ReportsTheWholeOffice)
 {
     const lab_result result = devscout_in_lab({OFFICE, {"--snmpd"}}, {});
-    SKIP_NO_LAB(result);
     EXPECT_EQ(result.program.status, 0);
     EXPECT_EQ(sorted_devices(result.program.out),
               R"(ip: 10.9.0.161      slp: 0,0,0,0 snmp: 0,0,0 vendor: Taliven dsc: "QD-77 Series"
@@ -81,7 +79,6 @@ ip: fd00:9::5:1     slp: 0,0,0,0 snmp: 0,0,0 vendor: Pemberk dsc: " Folio"
 TEST(Lab, ListsOnlyScannersThatReturnTheirBlock)
 {
     const lab_result result = devscout_in_lab({OFFICE}, {"--scanner", "--snmp"});
-    SKIP_NO_LAB(result);
     EXPECT_THAT(result.program.out, testing::HasSubstr(R"(raw_tcp snmp: detected,devtype,description
 ip: 10.9.1.6        slp: 0,0,0,0 snmp: 1,1,0 vendor: Ramo dsc: "S6"
 a8 01 02 03 04 05 06 07 08 09 0a 0b 0c 0d 0e 0f
@@ -101,7 +98,6 @@ device - id6=::3:1 from6=global id="MFG:A;MDL:global;CLS:PRINTER"
 )";
     const lab_result result = devscout_in_lab(
         {FLEET}, {"-s", "--time", "--nodeq", "--nodeq6", "--slp", "--snmp", "--snmp6"});
-    SKIP_NO_LAB(result);
     EXPECT_THAT(lines_with(result.program.out, "# MARK: "),
                 testing::MatchesRegex(R"(# MARK: BEGIN: [0-9].00
 # MARK: after discover_using_nodeq: [0-9].00
@@ -136,7 +132,6 @@ TEST(Lab, AsksAgainAndWaitsOnceMoreAfterSilence)
         {"device 10.9.1.1 id=\"MFG:A;MDL:m;CLS:PRINTER\" snmp.delay=3000\n",
          {"--tmp", tmp.path.string()}},
         ">/tmp/devscout_snmp.lcf; \"$0\" -s --snmp; grep -c :select /tmp/devscout_snmp.log");
-    SKIP_NO_LAB(result);
     EXPECT_EQ(line_count(result.program.out, "ip: 10.9.1.1 "), 1U);
     EXPECT_GE(line_count(requests(result.record, "snmp"), "255.255.255.255:161 "), 2U);
     EXPECT_LT(std::stoi(lines_of(result.program.out).back()), 20)
@@ -161,10 +156,9 @@ device 10.9.1.21
     etc.write("hosts", "fd00:9::a:1 trio\n10.9.1.1 trio\n10.9.0.99 trio\n");
     const lab_result result = shell_in_lab({FLEET, {"--etc", etc.path.string()}}, R"sh(
 for host in 10.9.1.{1..8} 2001:db8:9::a:1 trio fe80::a:1 10.9.1.20 10.9.1.21 'no name' '' ::x; do
-    "$0" -I "$host" >/tmp/block
-    echo "$host $? $(grep -v '^WARNING' /tmp/block | head -n 2 | cut -c 1-11 | tr '\n' ' ')"
+    block=$("$0" -I "$host")
+    echo "$host $? $(grep -v '^WARNING' <<<"$block" | head -n 2 | cut -c 1-11 | tr '\n' ' ')"
 done)sh");
-    SKIP_NO_LAB(result);
     EXPECT_EQ(result.program.out, R"(10.9.1.1 0 # Mode scan a8 01 02 03 
 10.9.1.2 0 # Mode scan a8 01 02 03 
 10.9.1.3 1 # Mode scan 
@@ -187,17 +181,19 @@ no name 1 # Mode scan
 
 TEST(Lab, WaitsForSlowConnections)
 {
-    // The way to the device leads over a neighbour that is found while the connection waits.
+    // The way to the device leads over a neighbour that is found while the connection waits. On a
+    // busy machine that may be too late: then once more.
     constexpr char SCRIPT[] = R"("$0" -d4 -I 10.9.1.1 | grep -c '^a8\|^# time'
 mac=$(ip neigh show 10.9.1.1 | grep -o 'lladdr [^ ]*')
 ip route add 10.9.1.1 via 10.9.9.9
-"$0" -d5 -I 10.9.1.1 | cut -c 1-31 | grep '^a8\|^# time' &
-until ip neigh show 10.9.9.9 | grep -q INCOMPLETE; do :; done
-sleep 0.06
-ip neigh replace 10.9.9.9 $mac dev eth0
-wait)";
+for turn in {1..20}; do
+    { until ip neigh show 10.9.9.9 | grep -q INCOMPLETE; do :; done
+        sleep 0.06; ip neigh replace 10.9.9.9 $mac dev eth0; } &
+    block=$("$0" -d5 -I 10.9.1.1 | cut -c 1-31 | grep '^a8\|^# time'); wait
+    [[ $block == *a8* ]] && break
+    ip neigh del 10.9.9.9 dev eth0
+done; echo "$block")";
     const lab_result result = shell_in_lab({"device 10.9.1.1 scan=whole\n"}, SCRIPT);
-    SKIP_NO_LAB(result);
     EXPECT_EQ(result.program.out, R"(1
 # time before select on open is
 # time  after select on open is
@@ -229,11 +225,12 @@ device 10.9.1.5 mib="Acme" model=)";
     etc.write("resolv.conf", "nameserver 127.0.0.1\n"); // refuses at once
     const lab_result result =
         shell_in_lab({fleet + long_model + "\n", {"--snmpd", "--etc", etc.path.string()}}, R"sh(
-for host in 10.9.1.{1..13} 10.9.0.161 fd00:9::5:1 10.9.0.1 no.such.host.invalid fd00:9::x; do
+for host in 10.9.1.{1..10} 10.9.1.1{2,3} 10.9.0.161 fd00:9::5:1 10.9.0.1 no.such.host.invalid fd00:9::x; do
     "$0" -R $host || echo "ip: $host failed"
-done | grep '^ip: '; ASAN_OPTIONS=detect_leaks=0 strace -e trace=connect \
+done | grep '^ip: '
+for turn in {1..20}; do "$0" -R 10.9.1.11 | grep '^ip: ' && break; done # busy machines answer late
+ASAN_OPTIONS=detect_leaks=0 strace -e trace=connect \
     "$0" -R 10.9.1.1 2>&1 | grep -c 'htons(161).* EINPROGRESS')sh");
-    SKIP_NO_LAB(result);
     EXPECT_EQ(result.program.out, R"(ip: 10.9.1.1        dsc: "Taliven QD-X7"
 ip: 10.9.1.2        dsc: "Taliven QD-X7"
 ip: 10.9.1.4        dsc: "Taliven PNE-X1"
@@ -244,10 +241,10 @@ ip: 10.9.1.8        dsc: "Acme a ip: b"
 ip: 10.9.1.9         dsc: " " ERROR: Destination unreachable
 ip: 10.9.1.10       dsc: "Acme b)" + std::string(89, 'x') +
                                       R"("
-ip: 10.9.1.11       dsc: "Acme slow"
 ip: 10.9.0.161      dsc: "Taliven QD-77"
 ip: fd00:9::5:1     dsc: "Orvel Brightmoor 3"
 ip: no.such.host.invalid  dsc: " " ERROR: Destination unreachable
+ip: 10.9.1.11       dsc: "Acme slow"
 1
 )");
 }
@@ -262,18 +259,20 @@ device 10.9.1.4 id="" snmp.then="MFG:Acme;MDL:second;"
 device 10.9.1.5 id="" model="QD-X7" mib="Taliven Electronics"
 device 10.9.1.6 model="PNE-X1"
 )";
-    const lab_result result = shell_in_lab(
-        {FLEET}, "for i in {1..6}; do \"$0\" --quick -R 10.9.1.$i; done; \"$0\" -R 10.9.1.1");
-    SKIP_NO_LAB(result);
+    const lab_result result = shell_in_lab({FLEET}, R"sh(
+for i in 1 {3..6}; do "$0" --quick -R 10.9.1.$i; done; "$0" -R 10.9.1.1
+for turn in {1..20}; do "$0" --quick -R 10.9.1.2 | grep '^ip: ' && break; done)sh");
     EXPECT_EQ(lines_with(result.program.out, "ip: "), R"(ip: 10.9.1.1        dsc: "Acme early"
-ip: 10.9.1.2        dsc: "Acme slow"
 ip: 10.9.1.4        dsc: "Acme second"
 ip: 10.9.1.5        dsc: "Taliven QD-X7"
 ip: 10.9.1.6        dsc: "Taliven PNE-X1"
 ip: 10.9.1.1        dsc: "Acme late"
+ip: 10.9.1.2        dsc: "Acme slow"
 )");
-    // One request, one, two, one, three, three; and one.
-    EXPECT_EQ(line_count(requests(result.record, "snmp"), "10.9.1."), 12U);
+    // One request, two, one, three, three; and one. On a busy machine the slow one is late at
+    // times.
+    const std::string sent = requests(result.record, "snmp");
+    EXPECT_EQ(line_count(sent, "10.9.1.") - line_count(sent, "10.9.1.2:"), 11U);
 }
 
 TEST(Lab, PassesOverBrokenSnmpAnswers)
@@ -297,7 +296,6 @@ device 10.9.1.12 snmp.raw=304102010004066e6f626f6479a034020101020100020100302930
                          "2b0601040182c0150b050101011a0004144d46473a4576696c3b"
                          "434c533a5052494e544552\n"},
                         {"-s", "--snmp"});
-    SKIP_NO_LAB(result);
     EXPECT_EQ(sorted_devices(result.program.out),
               R"(ip: 10.9.1.10       slp: 0,0,0,0 snmp: 0,0,0 vendor: late dsc: ""
 ip: 10.9.1.11       slp: 0,0,0,0 snmp: 0,0,0 vendor: A dsc: "last"
@@ -311,7 +309,6 @@ TEST(Lab, CarriesOnWithoutNetworkOrIpv6)
 {
     const lab_result without_network =
         shell_in_lab({OFFICE}, "ip link set eth0 down; exec \"$0\" -s --snmp --nodeq");
-    SKIP_NO_LAB(without_network);
     const std::string &out = without_network.program.out;
     EXPECT_EQ(line_count(out, "ERROR: nodeq detection failed: Network is unreachable"), 1U) << out;
     EXPECT_EQ(line_count(out, "# ERROR: snmp_send failed, Network is unreachable"), 1U) << out;
@@ -336,7 +333,6 @@ echo APPEND_MODE=1 >devscout_snmp.lcf; echo before >devscout_snmp.log; "$0" -s -
 sed -n 's/: 20.*/: 20/; 1,2p' devscout_snmp.log
 grep -oE ':(disc.*netsnmp|snmp_send|snmp_read|response_count=1|snmp_timeout)$|var: .*' devscout_snmp.log
 rm devscout.log; mkdir devscout.log; "$0" --snmp 2>&1 >out; grep -c '^ip: 10.9.1.1 ' out)sh");
-    SKIP_NO_LAB(result);
     EXPECT_EQ(result.program.out, R"(devscout.log
 INFO: 20
 TRACE: run_child_process <snmp>
@@ -367,7 +363,6 @@ TEST(Lab, ReadsNoMibFileWhateverTheHostIsConfiguredTo)
                                            R"(export SNMPCONFPATH="$1" ASAN_OPTIONS=detect_leaks=0
 strace -f -e trace=open,openat "$0" -s --snmp 2>&1 | grep -E 'mibs|MIB|^ip:|snmp.conf')",
                                            folder.path);
-    SKIP_NO_LAB(result);
     EXPECT_THAT(result.program.out, testing::HasSubstr(host));
     EXPECT_EQ(result.program.out.find("mibs"), std::string::npos) << result.program.out;
     EXPECT_EQ(line_count(result.program.out, "ip: 10.9.1.1 "), 1U) << result.program.out;
@@ -384,7 +379,6 @@ device 10.9.1.3 slp.url="service:printer:ipp://%a")";
 ("$0" -s --time --snmp <&- >&-; echo $?; grep -c '^INFO: 20' /tmp/devscout_snmp.log
     grep '^# ' /tmp/devscout_snmp.log)
 ulimit -n 4096; for i in {3..1200}; do eval "exec $i</dev/null"; done; exec "$0")sh");
-    SKIP_NO_LAB(result);
     EXPECT_THAT(result.program.out, testing::StartsWith("0\n2\nWARNING: "));
     EXPECT_EQ(line_count(result.program.out, "# Total 5 printers found, "), 1U)
         << result.program.out;
@@ -395,6 +389,5 @@ TEST(Lab, ListsAThousandPrintersOfOneBurst)
     const lab_result result =
         devscout_in_lab({"device 10.9.4.1 count=1000 id=\"MFG:Taliven;MDL:QD-%n;CLS:PRINTER;\"\n"},
                         {"-s", "--snmp"});
-    SKIP_NO_LAB(result);
     EXPECT_EQ(line_count(result.program.out, "# Total 1000 printers found, "), 1U);
 }

@@ -1,19 +1,21 @@
 #!/usr/bin/env bash
 # Runs every example of the manual page on the demonstration fleet and compares what it prints with
-# what the page says. SOURCE, BUILD and SIMULATOR come from CTest.
+# what the page says. The tool is installed below a prefix of awkward characters. SOURCE, BUILD and
+# SIMULATOR come from CTest.
 set -euo pipefail
 
 "$SOURCE/lab/lab" -- true || exit # 77: no lab here
 scratch=$(mktemp -d "$BUILD/manual-XXXXXX")
 trap 'rm -rf "$scratch"' EXIT
-cmake --install "$BUILD" --prefix "$scratch/installed" >/dev/null
+prefix="$scratch/it's \"my\" \$HOME; prefix"
+cmake --install "$BUILD" --prefix "$prefix" >/dev/null
 
 # What the examples call: every devscout has a lab of its own, on this host or on another one.
 mkdir "$scratch/bin" "$scratch/examples"
 cat >"$scratch/bin/devscout" <<END
 #!/bin/sh
 exec '$SOURCE/lab/lab' --simulator '$SIMULATOR' --fleet '$SOURCE/lab/fleets/demo.fleet' -- \\
-    '$scratch/installed/bin/devscout' "\$@"
+    $(printf %q "$prefix")/bin/devscout "\$@"
 END
 printf '#!/bin/sh\nshift\nexec "$@"\n' >"$scratch/bin/ssh"
 chmod +x "$scratch/bin"/*

@@ -20,28 +20,6 @@ case $BUILD in
 esac
 package=$("$SOURCE/script/package" "$folder" 2>"$scratch/log") || { cat "$scratch/log"; exit 1; }
 
-# The package names in a list of dependencies: without versions and architectures.
-names() { sed -E 's/[,|]/\n/g' | sed -E 's/^ +//; s/[ :(].*//' | grep .; }
-
-# Prints the installed packages that the names on standard input depend on, and these themselves.
-with_dependencies()
-{
-    local -A seen=()
-    local name field queue
-    mapfile -t queue
-    while [ ${#queue[@]} -gt 0 ]; do
-        name=${queue[0]}
-        queue=("${queue[@]:1}")
-        if [ -n "${seen[$name]:-}" ] || ! dpkg-query -s "$name" >/dev/null 2>&1; then
-            continue
-        fi
-        seen[$name]=yes
-        echo "$name"
-        while read -r field; do
-            queue+=("$field")
-        done < <(dpkg-query -W -f '${Pre-Depends},${Depends}\n' "$name" | names)
-    done
-}
 lay_root() # ROOT
 {
     local root=$1 folder name
@@ -51,8 +29,9 @@ lay_root() # ROOT
     done
     {
         dpkg-query -W -f '${Essential} ${Package}\n' | sed -n 's/^yes //p'
-        dpkg-deb -f "$package" Depends | names
-    } | with_dependencies >"$scratch/packages"
+        dpkg-deb -f "$package" Depends | sed -E 's/ *\([^)]*\)//g; s/, +/\n/g'
+    } | xargs apt-cache --installed --recurse --important depends | sort -u |
+        comm -12 - <(dpkg-query -W -f '${Package}\n' | sort) >"$scratch/packages"
     xargs dpkg-query -L <"$scratch/packages" | grep -E '^/' | grep -vE '^/usr/share/(doc|man|locale)/' |
         while read -r name; do
             [ ! -f "$name" ] || echo "$name"

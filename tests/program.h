@@ -87,7 +87,8 @@ struct lab_result {
     std::map<std::string, std::string> records; ///< those of other interfaces than eth0, by name
 };
 
-/// Runs `command` in a lab network. Where no lab can be laid the test is skipped by `SKIP_NO_LAB`.
+/// Runs `command` in a lab network. Where no lab can be laid the whole test program ends, with the
+/// status of skipped tests.
 lab_result run_in_lab(const lab_setup &setup, const std::vector<std::string> &command);
 
 /// Runs a shell command in a lab network, with the program under test as $0.
@@ -99,11 +100,3 @@ lab_result devscout_in_lab(const lab_setup &setup, std::vector<std::string> argu
 
 /// The requests of one protocol in a record, each as "DESTINATION LENGTH HEX" and a line feed.
 std::string requests(const std::string &record, const std::string &protocol);
-
-constexpr int NO_LAB_STATUS = 77;
-
-#define SKIP_NO_LAB(result)                                                                        \
-    do {                                                                                           \
-        if ((result).program.status == NO_LAB_STATUS)                                              \
-            GTEST_SKIP() << (result).program.err;                                                  \
-    } while (0)

@@ -62,6 +62,7 @@ TEST(SlpProperties, LinesChangeWhatTheyNameIfTheyRead)
         {"net.slp.DAAddresses = 10.0.0.9,,da.example", "das 10.0.0.9,da.example"},
         {"net.slp.activeDADetection = FALSE\r\n", "active 0"},
         {"net.slp.activeDADetection = off\nnet.slp.activeDADetection = 1", ""},
+        {"net.slp.activeDADetection = 0", "active 0"},
         {"net.slp.isBroadcastOnly\t=\tyes", "broadcast 1"},
         {"net.slp.DADiscoveryTimeouts = 10, 20", "da times 10,20"},
         {"net.slp.multicastMaximumWait = 600000", "wait 600000"},
