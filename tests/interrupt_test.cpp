@@ -74,8 +74,7 @@ TEST(Interrupted, EndsByTheSignalThoughItsReaderTakesNothing)
 TEST(Interrupted, ClosesItsLogAndLeavesIgnoredSignalsAlone)
 {
     // In the background of a shell SIGINT is ignored. Times are cut off.
-    const scratch_folder tmp;
-    const lab_result result = shell_in_lab({"", {"--tmp", tmp.path.string()}}, R"sh(
+    const lab_result result = shell_in_lab({""}, R"sh(
 >/tmp/devscout.lcf; "$0" --snmp --slp >/dev/null & sleep 1
 kill -INT $!; sleep 0.5; kill -0 $! && echo alive
 kill -TERM $!; wait $!; echo $?; sed -n '1p;$p' /tmp/devscout.log | cut -c 1-8; grep -c INFO: /tmp/devscout.log

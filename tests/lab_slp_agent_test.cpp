@@ -1,7 +1,6 @@
 // The program with its own SLP agent in the lab network: whom it asks, and how long it waits.
 #include "lab_slp.h"
 #include "program.h"
-#include "scratch.h"
 
 #include <gtest/gtest.h>
 
@@ -102,10 +101,8 @@ struct LabSlpAgentCase : testing::TestWithParam<agent_case> {
 TEST_P(LabSlpAgentCase, Lists)
 {
     const agent_case &c = GetParam();
-    const scratch_folder etc;
-    etc.write("slp.conf", "# for the test\n" + c.configuration);
     const lab_result result =
-        devscout_in_lab({c.fleet, {"--etc", etc.path.string()}}, {"-s", "--slp"});
+        devscout_in_lab({c.fleet, {}, {}, {{"slp.conf", c.configuration}}}, {"-s", "--slp"});
     EXPECT_EQ(sorted_devices(result.program.out), c.listed);
     EXPECT_EQ(asked(result.record), c.asked);
 }
@@ -115,11 +112,11 @@ INSTANTIATE_TEST_SUITE_P(, LabSlpAgentCase, testing::ValuesIn(CASES),
 
 TEST(LabSlpAgent, AnswersThatArriveWhileItIsStoppedCount)
 {
-    const scratch_folder etc;
-    etc.write("slp.conf", ALONE);
     const lab_result result = run_in_lab(
         {"device 10.9.1.1 count=60 slp.url=\"service:printer:lpr://%a\" slp.delay=400\n",
-         {"--etc", etc.path.string()}},
+         {},
+         {},
+         {{"slp.conf", ALONE}}},
         {"/bin/bash", "-c", "$0 -s --slp & sleep 0.2; kill -STOP $!; sleep 3; kill -CONT $!; wait",
          DEVSCOUT_PROGRAM});
     EXPECT_EQ(line_count(result.program.out, "ip: "), 60U);

@@ -127,10 +127,8 @@ ip: fe80::3:1       slp: 0,0,0,0 snmp: 0,0,0 vendor: A dsc: "global"
 
 TEST(Lab, AsksAgainAndWaitsOnceMoreAfterSilence)
 {
-    const scratch_folder tmp;
     const lab_result result = shell_in_lab(
-        {"device 10.9.1.1 id=\"MFG:A;MDL:m;CLS:PRINTER\" snmp.delay=3000\n",
-         {"--tmp", tmp.path.string()}},
+        {"device 10.9.1.1 id=\"MFG:A;MDL:m;CLS:PRINTER\" snmp.delay=3000\n"},
         ">/tmp/devscout_snmp.lcf; \"$0\" -s --snmp; grep -c :select /tmp/devscout_snmp.log");
     EXPECT_EQ(line_count(result.program.out, "ip: 10.9.1.1 "), 1U);
     EXPECT_GE(line_count(requests(result.record, "snmp"), "255.255.255.255:161 "), 2U);
@@ -152,9 +150,9 @@ device 10.9.1.8 scan=closed-at-once
 device 10.9.1.20 tcp=never
 device 10.9.1.21
 )";
-    const scratch_folder etc; // the first address counts, not the one that is nearest
-    etc.write("hosts", "fd00:9::a:1 trio\n10.9.1.1 trio\n10.9.0.99 trio\n");
-    const lab_result result = shell_in_lab({FLEET, {"--etc", etc.path.string()}}, R"sh(
+    // The first address counts, not the one that is nearest.
+    constexpr char NAMES[] = "fd00:9::a:1 trio\n10.9.1.1 trio\n10.9.0.99 trio\n";
+    const lab_result result = shell_in_lab({FLEET, {}, {}, {{"hosts", NAMES}}}, R"sh(
 for host in 10.9.1.{1..8} 2001:db8:9::a:1 trio fe80::a:1 10.9.1.20 10.9.1.21 'no name' '' ::x; do
     block=$("$0" -I "$host")
     echo "$host $? $(grep -v '^WARNING' <<<"$block" | head -n 2 | cut -c 1-11 | tr '\n' ' ')"
@@ -221,11 +219,10 @@ device 10.9.1.12 id="MFG:Acme;MDL:x;" snmp.on=broadcast
 device 10.9.1.13 id="MFG:Acme;MDL:too late;" snmp.delay=380
 device - id6=::5:1 model="Brightmoor 3"
 device 10.9.1.5 mib="Acme" model=)";
-    const scratch_folder etc;
-    etc.write("resolv.conf", "nameserver 127.0.0.1\n"); // refuses at once
-    const lab_result result =
-        shell_in_lab({fleet + long_model + "\n", {"--snmpd", "--etc", etc.path.string()}}, R"sh(
-for host in 10.9.1.{1..10} 10.9.1.1{2,3} 10.9.0.161 fd00:9::5:1 10.9.0.1 no.such.host.invalid fd00:9::x; do
+    constexpr char REFUSING_AT_ONCE[] = "nameserver 127.0.0.1\n";
+    const lab_result result = shell_in_lab(
+        {fleet + long_model + "\n", {"--snmpd"}, {}, {{"resolv.conf", REFUSING_AT_ONCE}}}, R"sh(
+for host in 10.9.1.{1..10} 10.9.1.1{2,3} 10.9.0.161 fd00:9::5:1 10.9.0.1 no.such.host$'\r' fd00:9::x; do
     "$0" -R $host || echo "ip: $host failed"
 done | grep '^ip: '
 for turn in {1..20}; do "$0" -R 10.9.1.11 | grep '^ip: ' && break; done # busy machines answer late
@@ -243,7 +240,7 @@ ip: 10.9.1.10       dsc: "Acme b)" + std::string(89, 'x') +
                                       R"("
 ip: 10.9.0.161      dsc: "Taliven QD-77"
 ip: fd00:9::5:1     dsc: "Orvel Brightmoor 3"
-ip: no.such.host.invalid  dsc: " " ERROR: Destination unreachable
+ip: no.such.host     dsc: " " ERROR: Destination unreachable
 ip: 10.9.1.11       dsc: "Acme slow"
 1
 )");
@@ -323,9 +320,8 @@ TEST(Lab, CarriesOnWithoutNetworkOrIpv6)
 
 TEST(Lab, LogsOnlyWhereItIsAsked)
 {
-    const scratch_folder tmp;
-    const lab_result result = shell_in_lab(
-        {"device 10.9.1.1 id=\"MFG:A;MDL:m;CLS:PRINTER\"\n", {"--tmp", tmp.path.string()}}, R"sh(
+    const lab_result result =
+        shell_in_lab({"device 10.9.1.1 id=\"MFG:A;MDL:m;CLS:PRINTER\"\n"}, R"sh(
 cd /tmp; "$0" --snmp >out; ls -- *.log 2>/dev/null
 >devscout.lcf; echo LOG_LEVEL=0 >devscout_snmp6.lcf
 "$0" -c "it's" --snmp --snmp6 >out; ls -- *.log; sed -E 's/ <.*devscout'"'?"' / </; s/: 20.*/: 20/' devscout.log
@@ -356,14 +352,12 @@ var: type=4 len=23 val=<MFG:A;MDL:m;CLS:PRINTER>
 TEST(Lab, ReadsNoMibFileWhateverTheHostIsConfiguredTo)
 {
     // The library's own folder of snmp.conf depends on how it was built.
-    const scratch_folder folder;
-    const std::string host =
-        folder.write("snmp.conf", "mibs +ALL\nmibdirs /usr/share/snmp/mibs:/etc\n");
-    const lab_result result = shell_in_lab({"device 10.9.1.1 id=\"MFG:A;MDL:m;CLS:PRINTER\"\n"},
-                                           R"(export SNMPCONFPATH="$1" ASAN_OPTIONS=detect_leaks=0
-strace -f -e trace=open,openat "$0" -s --snmp 2>&1 | grep -E 'mibs|MIB|^ip:|snmp.conf')",
-                                           folder.path);
-    EXPECT_THAT(result.program.out, testing::HasSubstr(host));
+    const lab_result result =
+        shell_in_lab({"device 10.9.1.1 id=\"MFG:A;MDL:m;CLS:PRINTER\"\n"}, R"sh(
+export SNMPCONFPATH=/tmp ASAN_OPTIONS=detect_leaks=0
+printf 'mibs +ALL\nmibdirs /usr/share/snmp/mibs:/etc\n' >/tmp/snmp.conf
+strace -f -e trace=open,openat "$0" -s --snmp 2>&1 | grep -E 'mibs|MIB|^ip:|snmp.conf')sh");
+    EXPECT_THAT(result.program.out, testing::HasSubstr("/tmp/snmp.conf"));
     EXPECT_EQ(result.program.out.find("mibs"), std::string::npos) << result.program.out;
     EXPECT_EQ(line_count(result.program.out, "ip: 10.9.1.1 "), 1U) << result.program.out;
 }
@@ -373,10 +367,9 @@ TEST(Lab, WorksWithDescriptorsOfAnyNumberAndWithoutStandardStreams)
     constexpr char FLEET[] = R"(device 10.9.1.1 id6=::1:1 id="MFG:A;MDL:m;CLS:PRINTER;"
 device 10.9.1.2 nodeq.a=ABC
 device 10.9.1.3 slp.url="service:printer:ipp://%a")";
-    const scratch_folder tmp; // the log must not take the place of the standard output
-    tmp.write("devscout_snmp.lcf", "");
-    const lab_result result = shell_in_lab({FLEET, {"--tmp", tmp.path.string()}}, R"sh(
-("$0" -s --time --snmp <&- >&-; echo $?; grep -c '^INFO: 20' /tmp/devscout_snmp.log
+    // The log must not take the place of the standard output.
+    const lab_result result = shell_in_lab({FLEET}, R"sh(
+>/tmp/devscout_snmp.lcf; ("$0" -s --time --snmp <&- >&-; echo $?; grep -c '^INFO: 20' /tmp/devscout_snmp.log
     grep '^# ' /tmp/devscout_snmp.log)
 ulimit -n 4096; for i in {3..1200}; do eval "exec $i</dev/null"; done; exec "$0")sh");
     EXPECT_THAT(result.program.out, testing::StartsWith("0\n2\nWARNING: "));

@@ -54,10 +54,8 @@ TEST(Memory, AnSlpChildReportsThoughItsSearchHasNone)
     if (SLP_IS_AGENT == 0)
         GTEST_SKIP() << "libslp knows by itself what to do without memory";
     // The file is read into 256 KiB, which are not there.
-    const scratch_folder etc;
-    etc.write("slp.conf", "net.slp.multicastMaximumWait = 100\n");
     const lab_result result =
-        run_in_lab({"", {"--etc", etc.path.string()}},
+        run_in_lab({"", {}, {}, {{"slp.conf", "net.slp.multicastMaximumWait = 100\n"}}},
                    {"/bin/bash", "-c",
                     std::string(LIMITED_RUNS) + "run $((least + 200)) -s --slp; echo status $?",
                     "child", UNLIMITED_PROGRAM});

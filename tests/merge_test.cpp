@@ -192,6 +192,8 @@ TEST(MergeDescription, TakesATextWhereNoneIsRealAndMarksTheUnreachable)
         EXPECT_EQ(p.known->scan_info[0] == UNREACHABLE_MARK, c.marked) << c.line;
         EXPECT_EQ(p.devices.head->next, nullptr) << c.line;
     }
+    EXPECT_EQ(printed_by([] { print_description_line("10.0.0.5\r", "b\n"); }),
+              "ip: 10.0.0.5        dsc: \"b \"\n");
 }
 
 TEST(DeviceList, FindsExactTextsAloneAndNoneThatItCuts)

@@ -42,7 +42,7 @@ TEST(Parent, MergesEveryKindOfLine)
 "-s --snmp") sleep 0.3
     echo 'ip: 10.0.0.1        slp: 0,0,0,0 snmp: 1,1,0 vendor: Taliven dsc: ""'
     echo '# ERROR: select on snmp sockets failed, ip: none'
-    echo 'ip: 10.0.0.2        slp: 0,0,0,0 snmp: 0,0,0 vendor: Orvel dsc: "Model"'
+    echo 'ip: 10.0.0.2        slp: 0,0,0,0 snmp: 200,0,0 vendor: Orvel dsc: "Model"'
     echo 'ip: 10.0.0.3        slp: 0,0,0,0 snmp: 0,0,0 vendor: Ramo dsc: ""';;
 "-R 10.0.0.1") echo '# Mode get_description'
     echo "on_snmp_response - don't need it"
@@ -58,7 +58,7 @@ TEST(Parent, MergesEveryKindOfLine)
 # Legend: ip: address slp: detected,ipp,lpr,raw_tcp snmp: detected,devtype,description
 ip: 10.0.0.1        slp: 0,0,0,0 snmp: 1,1,0 vendor: Taliven dsc: "Office Laser 500 [NAME] info"
 ip: 10.0.0.4        slp: 0,0,0,0 snmp: 0,0,0 vendor:  dsc: " only nodeq"
-ip: 10.0.0.2        slp: 0,0,0,0 snmp: 0,0,0 vendor: Orvel dsc: "Model"
+ip: 10.0.0.2        slp: 0,0,0,0 snmp: 200,0,0 vendor: Orvel dsc: "Model"
 # Total 3 printers found)");
 }
 

@@ -173,7 +173,13 @@ lab_result run_in_lab(const lab_setup &setup, const std::vector<std::string> &co
 {
     const scratch_folder folder;
     const std::string record = folder.path / "record";
-    program_run run = {{LAB_COMMAND, "--simulator", SIMULATOR}};
+    const std::string tmp = folder.path / "tmp";
+    std::filesystem::create_directory(tmp);
+    program_run run = {{LAB_COMMAND, "--simulator", SIMULATOR, "--tmp", tmp}};
+    for (const auto &[name, content] : setup.etc) {
+        folder.write("etc/" + name, content);
+        run.words.insert(run.words.end(), {"--etc", folder.path / "etc"});
+    }
     if (!setup.fleet.empty())
         run.words.insert(run.words.end(),
                          {"--fleet", folder.write("fleet", setup.fleet), "--record", record});

@@ -74,11 +74,12 @@ size_t line_count(const std::string &text, const std::string &prefix);
 /// The device lines of a report, sorted: devices are listed in the order in which they answer.
 std::string sorted_devices(const std::string &text, const std::string &prefix = "ip: ");
 
-/// What a lab network is laid with.
+/// What a lab network is laid with. Its /tmp is empty.
 struct lab_setup {
-    std::string fleet;                      ///< content of the fleet file
-    std::vector<std::string> options = {};  ///< further options of lab/lab
-    std::vector<std::string> networks = {}; ///< fleets of the networks behind eth1 and on
+    std::string fleet;                           ///< content of the fleet file
+    std::vector<std::string> options = {};       ///< further options of lab/lab
+    std::vector<std::string> networks = {};      ///< fleets of the networks behind eth1 and on
+    std::map<std::string, std::string> etc = {}; ///< contents of files in /etc, by name
 };
 
 struct lab_result {
