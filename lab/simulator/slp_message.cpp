@@ -13,7 +13,7 @@ struct number_lie {
     std::string_view name;
     wire_field field;
     size_t added;
-    bool behind_header = false;
+    bool in_reply = false; ///< the field is one of replies, behind the header
 };
 
 constexpr number_lie NUMBER_LIES[] = {
@@ -30,10 +30,10 @@ static std::string with_lie(const std::string &message, std::string_view lie)
     if (lie == "truncate")
         return message.substr(0, message.size() - TRUNCATE_BYTES);
     for (const number_lie &one : NUMBER_LIES) {
-        if (one.name != lie)
+        if (one.name != lie ||
+            (one.in_reply && wire_number_at(message, FUNCTION_FIELD) != WIRE_REPLY))
             continue;
-        const wire_field field =
-            one.behind_header ? wire_behind_header(message, one.field) : one.field;
+        const wire_field field = one.in_reply ? wire_behind_header(message, one.field) : one.field;
         return wire_with(message, field, wire_number_at(message, field) + one.added);
     }
     return message;
