@@ -39,7 +39,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     static child_slot slots[CHILD_SLOT_COUNT];
     const merge_target target = {&devices, &queue, slots, scanner, 0};
     // SNMP children's lines would start further children: theirs come last, of any output.
-    for (const int slot : {2, 3, 4, 5, 6}) {
+    for (const int slot :
+         {slot_of("slp"), slot_of("nodeq"), FIRST_DESC_SLOT, FIRST_DESC_SLOT + 1, LAST_DESC_SLOT}) {
         const size_t length = rest.find('|');
         slots[slot].stream = stream_of(rest.substr(0, length));
         slots[slot].pending_length = 0;
@@ -50,7 +51,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     merge_child_output(&target, "", false);
     while (!rest.empty()) {
         const size_t length = std::min({rest.find('\n'), rest.size() - 1, PIPE_LINE_SIZE - 2}) + 1;
-        for (const int slot : {0, FIRST_DESC_SLOT})
+        for (const int slot : {slot_of("snmp"), FIRST_DESC_SLOT})
             hand_over(target, std::string(rest.substr(0, length)), slot);
         rest.remove_prefix(length);
     }

@@ -9,7 +9,6 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
-    constexpr int SNMP6_SLOT = 1;
     list_node *interfaces = nullptr;
     device_list devices = nullptr;
     enumerate_interfaces_from(&interfaces, input_file(data, size));
@@ -30,7 +29,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         const char *ip = static_cast<const device_record *>(node->data)->ip;
         require(ipv6_prefix64(ip, prefix) != 0, "an IPv6 address", ip);
     }
-    carry_to_report(&devices, SNMP6_SLOT);
+    carry_to_report(&devices, slot_of("snmp6"));
     list_free(&interfaces);
     return 0;
 }

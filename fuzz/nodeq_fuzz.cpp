@@ -8,10 +8,9 @@
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     constexpr uint32_t FIRST_SOURCE = 0xfffffffe;
-    constexpr int NODEQ_SLOT = 3;
     device_list devices = nullptr;
     for (size_t at = 0; at <= size; at += NODEQ_ANSWER_SIZE) {
-        // Of its own length, so that no read behind its end goes unnoticed.
+        // Of its own length, so that no read past its end goes unnoticed.
         const std::vector<uint8_t> answer(data + at, data + std::min(at + NODEQ_ANSWER_SIZE, size));
         device_record scratch = {};
         nodeq_parse_answer(answer.data(), answer.size(), FIRST_SOURCE + at / NODEQ_ANSWER_SIZE % 2,
@@ -26,6 +25,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
                     strcmp(record->nodeq_text_b, scratch.nodeq_text_b) == 0,
                 "the latest texts");
     }
-    carry_to_report(&devices, NODEQ_SLOT);
+    carry_to_report(&devices, slot_of("nodeq"));
     return 0;
 }

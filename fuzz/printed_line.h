@@ -98,6 +98,17 @@ std::vector<std::string> printed(Print print)
     return lines;
 }
 
+/// The slot of the method with that word.
+inline int slot_of(std::string_view word)
+{
+    for (const method &m : METHODS) {
+        if (m.word == word)
+            return m.slot;
+    }
+    require(false, "a method", std::string(word));
+    return -1;
+}
+
 inline void print_devices(device_list devices)
 {
     for (const list_node *node = devices; node != nullptr; node = node->next)

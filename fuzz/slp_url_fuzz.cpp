@@ -4,7 +4,6 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
-    constexpr int SLP_SLOT = 2;
     device_list devices = nullptr;
     slp_search_cookie cookie = {&devices, 0};
     std::istringstream urls(std::string(reinterpret_cast<const char *>(data), size));
@@ -14,6 +13,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     }
     for (const std::string &line : printed([&] { print_devices(devices); }))
         require(line.find(" slp: ") <= sizeof "ip: 255.255.255.255", "a short address", line);
-    carry_to_report(&devices, SLP_SLOT);
+    carry_to_report(&devices, slot_of("slp"));
     return 0;
 }

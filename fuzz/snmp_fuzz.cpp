@@ -90,7 +90,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         printed([&] {
             on_snmp_response(NETSNMP_CALLBACK_OP_RECEIVED_MESSAGE, session, 1, pdu, &answers);
         });
-        carry_to_report(&devices, ipv6 ? 1 : 0, describe(answers));
+        carry_to_report(&devices, slot_of(ipv6 ? "snmp6" : "snmp"), describe(answers));
     }
     snmp_free_pdu(pdu);
     return 0;

@@ -68,6 +68,7 @@ std::string wire_with(std::string bytes, wire_field field, size_t number);
 /// A text behind its length.
 std::string wire_text(std::string_view text);
 
+/// A message: the header, and the body behind it.
 std::string wire_message(size_t function, const wire_header &header, const std::string &body);
 
 /// An authentication block.
@@ -80,6 +81,7 @@ std::string wire_url(const std::string &url, const std::string &signatures = UNS
 std::string wire_reply(const wire_header &header, const std::vector<std::string> &entries,
                        size_t error = 0);
 
+/// The advert of a directory agent.
 std::string wire_advert(const wire_header &header, const wire_agent &agent);
 
 /// Reads a service request, every byte of which must be accounted for. Returns 0, or -1 when

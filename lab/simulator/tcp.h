@@ -45,7 +45,7 @@ struct tcp_connection {
 int tcp_listen(const tcp_protocol &protocol, size_t index, const sockaddr_storage &address,
                uint16_t port);
 
-/// Sends `bytes` after `delay_us` microseconds, behind what waits already.
+/// Sends `bytes` after `delay_us` microseconds, after what waits already.
 void tcp_send(tcp_connection &connection, std::string_view bytes, int64_t delay_us);
 
 /// Closes the connection once all that waits is sent.

@@ -31,7 +31,7 @@ char *make_abs_path(const char *path, char *destination, size_t size)
         return destination;
     }
     append_slash(destination, size);
-    const bool has_dot_slash = strncmp(path, "./", 2) == 0;
+    const bool has_dot_slash = begins_with(path, "./");
     append_text(destination, has_dot_slash ? path + 2 : path, size);
     return destination;
 }

@@ -11,7 +11,9 @@
 namespace
 {
 
-constexpr size_t NUMBERS_SIZE = 255; ///< longer texts between two labels are no numbers
+constexpr int ADDRESS_COLUMNS = 15;        ///< what an IPv4 address takes at most
+constexpr size_t NUMBERS_SIZE = 255;       ///< longer texts between two labels are no numbers
+constexpr char FAILURE_LABEL[] = "ERROR:"; ///< in the line of a description child that fails
 
 /// Copies the text between the first `before` and the first `after` of the line, 1 to 254
 /// characters, into `numbers`. Returns whether it is there.
@@ -110,7 +112,7 @@ void print_device_line(const device_record *record)
     char ip[sizeof record->ip];
     char vendor[sizeof record->vendor];
     char dsc[sizeof record->dsc];
-    printf("ip: %-15s slp: %d,%d,%d,%d snmp: %d,%d,%d vendor: %s dsc: \"%s\"\n",
+    printf("ip: %-*s slp: %d,%d,%d,%d snmp: %d,%d,%d vendor: %s dsc: \"%s\"\n", ADDRESS_COLUMNS,
            printable_text(ip, record->ip, sizeof ip), record->slp_detected, record->slp_ipp,
            record->slp_lpr, record->slp_raw_tcp, record->snmp_detected, record->snmp_devtype,
            record->snmp_description, printable_text(vendor, record->vendor, sizeof vendor),
@@ -136,7 +138,7 @@ void print_description_line(const char *ip, const char *dsc)
 {
     char address[PIPE_LINE_SIZE];
     char text[DSC_SIZE];
-    printf("ip: %-15s dsc: \"%s\"\n", printable_text(address, ip, sizeof address),
+    printf("ip: %-*s dsc: \"%s\"\n", ADDRESS_COLUMNS, printable_text(address, ip, sizeof address),
            printable_text(text, dsc, sizeof text));
 }
 
@@ -144,8 +146,8 @@ void print_unreachable_line(const char *ip)
 {
     char address[PIPE_LINE_SIZE];
     // The two blanks and the error behind the closing quote are the form that parents look for.
-    printf("ip: %-15s  dsc: \" \" ERROR: Destination unreachable\n",
-           printable_text(address, ip, sizeof address));
+    printf("ip: %-*s  dsc: \" \" %s Destination unreachable\n", ADDRESS_COLUMNS,
+           printable_text(address, ip, sizeof address), FAILURE_LABEL);
 }
 
 bool read_description_line(char *line, description_line *read)
@@ -176,7 +178,8 @@ bool read_description_line(char *line, description_line *read)
 
     read->ip = address;
     read->dsc = text;
-    read->failed = strstr(text + 1, "ERROR:") != nullptr || strstr(rest, "ERROR:") != nullptr;
+    read->failed =
+        strstr(text + 1, FAILURE_LABEL) != nullptr || strstr(rest, FAILURE_LABEL) != nullptr;
     return true;
 }
 

@@ -91,7 +91,7 @@ void close_ended(child_slot *slot, int number)
 }
 
 /// Visits every slot once. Returns whether another pass is needed: a child that ended makes one,
-/// before the slots behind it are looked at, so that its slot is used again at once.
+/// before the later slots are looked at, so that its slot is used again at once.
 bool run_pass(const merge_target *target)
 {
     bool active = false;

@@ -72,7 +72,7 @@ void derive_from_record(const device_record *record, list_node *interfaces, devi
 {
     const netinterface_info *interface = find_interface_by_zone(interfaces, record->ip);
     char ip[IP_SIZE];
-    safe_strncpy(ip, record->ip, strcspn(record->ip, "%") + 1);
+    copy_part(ip, record->ip, strcspn(record->ip, "%"), sizeof ip);
     if (interface == nullptr)
         interface = find_interface_by_prefix(interfaces, ip);
     if (interface == nullptr)

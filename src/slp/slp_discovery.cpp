@@ -85,8 +85,7 @@ int parse_slp_printer_url(const char *url, device_record *scratch)
         return -1;
     const char *host = separator + strlen(HOST_PREFIX);
     const size_t length = std::min(strcspn(host, HOST_END), HOST_SIZE_MAX);
-    memcpy(scratch->ip, host, length);
-    scratch->ip[length] = '\0';
+    copy_part(scratch->ip, host, length, sizeof scratch->ip);
     return 0;
 }
 

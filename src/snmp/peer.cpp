@@ -12,13 +12,6 @@
 namespace
 {
 
-struct library_text_deleter {
-    void operator()(char *text) const
-    {
-        free(text);
-    }
-};
-
 /// The plain address text: `inet_ntop` knows no zones. An address of no family is an empty text.
 const char *address_text(const netsnmp_sockaddr_storage &address, char (&text)[INET6_ADDRSTRLEN])
 {
@@ -54,7 +47,7 @@ void format_transport_address(netsnmp_transport *transport, const netsnmp_pdu *p
 {
     netsnmp_indexed_addr_pair addresses = {};
     if (!read_addresses(pdu, &addresses)) {
-        const std::unique_ptr<char, library_text_deleter> formatted(
+        const library_text formatted(
             transport->f_fmtaddr(nullptr, pdu->transport_data, pdu->transport_data_length));
         safe_strncpy(text, formatted ? formatted.get() : "", size);
         return;

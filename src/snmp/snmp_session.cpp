@@ -14,13 +14,6 @@
 namespace
 {
 
-struct text_deleter {
-    void operator()(char *text) const
-    {
-        free(text);
-    }
-};
-
 constexpr size_t SUBIDENTIFIER_TEXT_SIZE = 20;
 
 /// The longest text that is wanted of a value, and the two quotes around it.
@@ -77,8 +70,8 @@ netsnmp_session *snmp_open_session(const char *peer, bool ipv6, netsnmp_callback
                                    void *context)
 {
     // Copies: the library's fields are not constant.
-    const std::unique_ptr<char, text_deleter> peer_name(strdup(peer));
-    const std::unique_ptr<char, text_deleter> community(strdup(g_community_name));
+    const library_text peer_name(strdup(peer));
+    const library_text community(strdup(g_community_name));
     if (!peer_name || !community)
         return nullptr;
     netsnmp_session wanted;

@@ -8,6 +8,8 @@
 #include <net-snmp/net-snmp-includes.h>
 
 #include <cstddef>
+#include <cstdlib>
+#include <memory>
 
 /// The device's identification string, keys and values in the manner of IEEE 1284.
 constexpr char IDENTIFICATION_OID[] = "1.3.6.1.4.1.40981.11.5.1.1.1.26.0";
@@ -30,6 +32,15 @@ size_t parse_oid_text(const char *text, oid (&numbers)[MAX_SUBIDENTIFIERS]);
 /// session, which the caller closes with `snmp_close`, or nullptr (`errno`).
 netsnmp_session *snmp_open_session(const char *peer, bool ipv6, netsnmp_callback callback,
                                    void *context);
+
+/// Frees a text of the library, or one that is made for it, by `free`.
+struct library_text_deleter {
+    void operator()(char *text) const
+    {
+        free(text);
+    }
+};
+using library_text = std::unique_ptr<char, library_text_deleter>;
 
 /// Closes its session with itself.
 struct snmp_session_owner {

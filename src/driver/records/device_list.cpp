@@ -1,4 +1,4 @@
-// One record a device, and the list of them, keyed by address text.
+// One record per device, and the list of them, keyed by address text.
 #include "driver/records/device_list.h"
 
 #include "config/text.h"

@@ -1,4 +1,4 @@
-// One record a device, and the list of them, keyed by address text.
+// One record per device, and the list of them, keyed by address text.
 #pragma once
 
 #include "driver/records/list.h"
