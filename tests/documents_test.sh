@@ -24,7 +24,7 @@ manual_names() # FILE
 }
 table_keys() { sed -nE 's/^ *\{"([A-Za-z0-9_.]+)=?", *.*/\1/p' "$@"; }
 
-# One option a line; what is attached to a letter, such as a level, is cut off.
+# One option in each line; what is attached to a letter, such as a level, is cut off.
 options() { grep -oE -- '--?[A-Za-z0-9]+' | sed -E 's/^(-[A-Za-z])[A-Z]+$/\1/'; }
 
 options_read=$({
@@ -54,14 +54,15 @@ compare 'fleet files' "$fleet_keys" "$(sed -n '/^## Fleet files/,/^## Record/p' 
     grep -E '^\| `' | cut -d'|' -f2 | grep -oE '`[a-z0-9.]+(=[^`]*)?`' | sed -E 's/`([a-z0-9.]+).*/\1/' |
     grep -vxE 'count|id6|global|language|unicast|version|function')"
 for key in $fleet_keys; do
-    grep -rqE "(^|[^a-z.])${key//./\\.}([= \"']|\$)" tests bench lab/fleets script ||
+    grep -rqE "[\" ]${key//./\\.}([= \"]|\\\\n|\$)" tests bench lab/fleets ||
         { echo "fleet files: no test uses $key"; status=1; }
 done
 
-# How long a description is awaited stands in two documents, and in what the benchmark expects.
+# How long a description is awaited stands in documents too, and in what the benchmark expects.
 wait=$(sed -nE 's/^constexpr .*REQUEST_BUDGET_US = ([0-9]+) \* MICROSECONDS_PER_MILLISECOND;/\1/p' \
     src/snmp/description_query.cpp)
-for place in 'share/man/man1/devscout.1:whole @ ms' 'README.md:description,* @ ms' 'script/bench:turns \* @)'; do
+for place in 'share/man/man1/devscout.1:whole @ ms' 'README.md:description,* @ ms' \
+    'docs/measurements.md:description @ ms' 'script/bench:turns \* @)'; do
     pattern=${place#*:}
     grep -q "${pattern/@/$wait}" "${place%%:*}" ||
         { echo "${place%%:*} does not name the wait of a description, '$wait' ms"; status=1; }

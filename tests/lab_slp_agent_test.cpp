@@ -56,7 +56,22 @@ std::string overflowing(const std::string &ip, const std::string &keys)
            "slp.url=\"service:printer:ipp://%a\" " + keys + "\n";
 }
 
+/// An agent for each way to lie, from 10.9.2.1 on.
+std::string liars()
+{
+    std::string fleet;
+    int number = 0;
+    for (const char *lie : {"count", "length", "overflow", "auth", "url-length", "truncate",
+                            "language", "error", "xid", "version", "function"})
+        fleet += "device 10.9.2." + std::to_string(++number) +
+                 " slp.url=\"service:printer:ipp://%a\" slp.lie=" + lie + "\n";
+    return fleet + "device 10.9.2.99 slp.raw=020200ffff00000000000000\n";
+}
+
 const agent_case CASES[] = {
+    {"Liars", ALONE, ANSWERS + liars(),
+     BY_ITSELF + announced("10.9.2.1", "1,1,0,0") + announced("10.9.2.2", "1,1,0,0") +
+         announced("10.9.2.3", "1,1,0,0") + announced("10.9.2.4", "1,1,0,0")},
     {"FoundAgentOverTcp", "", BOTH + directory("slp.da.overflow"), BY_AGENT, "agents tcp "},
     {"AgentWithAnError", "", BOTH + directory("slp.da.error=2"), BY_ITSELF, "agents services "},
     {"AgentOfOneScope", "net.slp.useScopes = other,default\n", BOTH + directory("slp.scopes=other"),

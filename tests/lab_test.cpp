@@ -55,6 +55,16 @@ ip: 10.9.1.9        slp: 0,0,0,0 snmp: 0,0,0 vendor:  dsc: "#[ [2J #]"
     EXPECT_EQ(requests(result.record, "nodeq"), sent + "\n" + sent + "\n");
 }
 
+TEST(Lab, ReadsNinetyNineNodeqAnswersInEachOfTwoRounds)
+{
+    for (const auto &[flood, listed] : {std::pair("197", 2U), std::pair("198", 1U)}) {
+        const lab_result result = devscout_in_lab(
+            {"device 10.9.1.1 nodeq.flood=" + std::string(flood) + "\ndevice 10.9.1.2 nodeq\n"},
+            {"-s", "--nodeq"});
+        EXPECT_EQ(line_count(result.program.out, "ip: 10.9.1."), listed) << flood;
+    }
+}
+
 TEST(Lab, ReportsTheWholeOffice)
 {
     const lab_result result = devscout_in_lab({OFFICE, {"--snmpd"}}, {});

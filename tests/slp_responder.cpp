@@ -89,7 +89,7 @@ std::vector<played_answer> hear(played_agents *agents, const std::string &way,
         seen.erase(at, strlen(NETWORK));
     EXPECT_NE(header.xid, 0U);
     EXPECT_EQ(agents->xids.emplace(kind, header.xid).first->second, header.xid)
-        << "one number a search";
+        << "one number for the whole search";
     std::string expected;
     std::string replies;
     std::getline(agents->talk >> std::ws, expected, ':');

@@ -28,7 +28,7 @@ TEST(SlpSearch, WhatArrivesDuringAPauseCountsAndAFloodProlongsNoWait)
     // More than a receive buffer of usual size holds.
     EXPECT_EQ(search("group 1: P" + many.substr(0, 800) + " C", one_wait), "P C last 0");
     EXPECT_EQ(search("group 1: P" + many + " C", one_wait), "P last 0");
-    // The pause is longer than three waits, and each of those behind it is a whole one.
+    // The pause is longer than three waits, and each of those after it is a whole one.
     EXPECT_EQ(search("group 1: P; group 1 1: B@3; group 1 1,3:; group 1 1,3:"), "P B last 0");
 }
 
