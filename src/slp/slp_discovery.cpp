@@ -29,19 +29,6 @@ constexpr protocol_flag PROTOCOLS[] = {
     {"raw-tcp", &device_record::slp_raw_tcp},
 };
 
-/// Returns 0, or -1 when the URL is no printer's or no record could be had.
-int record_printer(const char *url, device_list *list)
-{
-    device_record scratch = {};
-    if (parse_slp_printer_url(url, &scratch) != 0)
-        return -1;
-    device_record *listed = device_list_find_or_add(list, scratch.ip);
-    if (listed == nullptr)
-        return -1;
-    merge_slp_flags(listed, &scratch);
-    return 0;
-}
-
 } // namespace
 
 int32_t discover_using_slp(device_list *list)
@@ -58,17 +45,6 @@ int32_t discover_using_slp(device_list *list)
     const int32_t result = searched != SLP_OK ? static_cast<int32_t>(searched) : cookie.result;
     SLPClose(handle);
     return result;
-}
-
-SLPBoolean MySLPSrvURLCallback(SLPHandle /*handle*/, const char *url, unsigned short /*lifetime*/,
-                               SLPError code, void *cookie)
-{
-    auto *search = static_cast<slp_search_cookie *>(cookie);
-    if (code != SLP_OK && code != SLP_LAST_CALL)
-        search->result = code;
-    else if (code == SLP_LAST_CALL || record_printer(url, search->list) == 0)
-        search->result = SLP_OK;
-    return SLP_TRUE;
 }
 
 int parse_slp_printer_url(const char *url, device_record *scratch)
