@@ -56,11 +56,6 @@ struct host {
     }
 };
 
-void PrintTo(const host &tested, std::ostream *out)
-{
-    *out << tested.name;
-}
-
 const host HOSTS[] = {
     {"TwoInterfaces", "eth0,eth1", {}},
     {"TwoInterfacesTheRoutedOneLast", "eth1,eth0", {}},

@@ -28,12 +28,6 @@ struct agent_case {
     const char *asked = "services ";
 };
 
-/// For the names that CTest shows.
-void PrintTo(const agent_case &c, std::ostream *stream)
-{
-    *stream << c.name;
-}
-
 /// A printer that a directory agent knows, and one that answers itself.
 const std::string KNOWN = "device 10.9.1.1 slp.da.url=\"service:printer:lpr://%a\"\n";
 const std::string ANSWERS = "device 10.9.1.2 slp.url=\"service:printer:ipp://%a\"\n";
