@@ -42,9 +42,12 @@ int open_terminal(descriptor *master, unsigned short columns)
         ioctl(in, TIOCSCTTY, 0);
     }
     // Nothing may leave the host, were the program wrong. The lab makes a network of its own.
-    if (run.words[0] != LAB_COMMAND && unshare(CLONE_NEWNET) != 0 &&
-        unshare(CLONE_NEWUSER | CLONE_NEWNET) != 0)
-        _exit(SKIPPED_STATUS);
+    const std::string user = std::to_string(getuid());
+    if (run.words[0] != LAB_COMMAND && unshare(CLONE_NEWNET) != 0) {
+        if (unshare(CLONE_NEWUSER | CLONE_NEWNET) != 0)
+            _exit(SKIPPED_STATUS);
+        std::ofstream("/proc/self/uid_map") << user << " " << user << " 1"; // for strace
+    }
     // A test that runs in the background of a shell has these ignored.
     for (const int caught : {SIGINT, SIGQUIT})
         signal(caught, SIG_DFL);
