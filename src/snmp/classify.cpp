@@ -57,8 +57,8 @@ constexpr bool brands_agree()
     return true;
 }
 
-static_assert(brands_agree(), "a brand that begins a model is among all brands, a product line's "
-                              "vendor among those that begin one");
+static_assert(brands_agree(), "a brand prefix is a brand of models too, and the vendor of every "
+                              "product line a brand prefix");
 
 constexpr size_t VENDOR_BUFFER_SIZE = 32;      ///< what every vendor buffer holds at least
 constexpr char UNSET_VENDOR[] = "FF FF FF FF"; ///< erased memory, printed as hexadecimal pairs
