@@ -42,7 +42,7 @@ int open_terminal(descriptor *master, unsigned short columns)
         ioctl(in, TIOCSCTTY, 0);
     }
     // Nothing may leave the host, were the program wrong. The lab makes a network of its own.
-    const std::string user = std::to_string(getuid());
+    const std::string user = std::to_string(getuid()); // nobody's, once in a namespace
     if (run.words[0] != LAB_COMMAND && unshare(CLONE_NEWNET) != 0) {
         if (unshare(CLONE_NEWUSER | CLONE_NEWNET) != 0)
             _exit(SKIPPED_STATUS);
@@ -188,10 +188,10 @@ lab_result run_in_lab(const lab_setup &setup, const std::vector<std::string> &co
     const std::string tmp = folder.path / "tmp";
     std::filesystem::create_directory(tmp);
     program_run run = {{LAB_COMMAND, "--simulator", SIMULATOR, "--tmp", tmp}};
-    for (const auto &[name, content] : setup.etc) {
+    for (const auto &[name, content] : setup.etc)
         folder.write("etc/" + name, content);
+    if (!setup.etc.empty())
         run.words.insert(run.words.end(), {"--etc", folder.path / "etc"});
-    }
     if (!setup.fleet.empty())
         run.words.insert(run.words.end(),
                          {"--fleet", folder.write("fleet", setup.fleet), "--record", record});

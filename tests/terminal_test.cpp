@@ -106,8 +106,8 @@ TEST(Terminal, TellsWhatArgumentsMeanAndWhyNothingWasListed)
         {{"--snpm"}, R"(devscout: '--snpm' is no option and is ignored .see devscout.1..
 devscout: no method was selected, so nothing was asked .--all: the usual.
 )"},
-        {{"--nodeq", "-d", "a\033[2Jb", "-c"},
-         "(devscout: '(-d|a.[[]2Jb|-c)' is no option[^\n]+\n){3}"},
+        {{"--nodeq", "-d", "a\033[2J\x9b!", "-c"},
+         "(devscout: '(-d|a [[]2J !|-c)' is no option[^\n]+\n){3}"},
         {{"--version", "--scanner"}, "devscout " PROJECT_VERSION "\n"},
         {{"-h"}, usage},
         {{"--help"}, usage},

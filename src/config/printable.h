@@ -1,4 +1,4 @@
-// Texts of devices, made safe to print.
+// Texts from elsewhere, made safe to print.
 #pragma once
 
 #include <cstddef>

@@ -2,12 +2,12 @@
 #include "driver/help.h"
 
 #include "config/community.h"
+#include "config/printable.h"
 #include "config/text.h"
 #include "io/egress.h"
 #include "io/netlink.h"
 
 #include <algorithm>
-#include <cctype>
 #include <cstdio>
 #include <cstring>
 #include <iterator>
@@ -70,12 +70,8 @@ bool is_asked(const run_settings &settings, Kind is_kind)
 void explain_ignored(const char *argument)
 {
     char text[ARGUMENT_SIZE];
-    safe_strncpy(text, argument, sizeof text);
-    for (char *c = text; *c != '\0'; ++c) {
-        if (iscntrl(static_cast<unsigned char>(*c)) != 0)
-            *c = '?';
-    }
-    fprintf(stderr, "devscout: '%s' is no option and is ignored (see devscout(1))\n", text);
+    fprintf(stderr, "devscout: '%s' is no option and is ignored (see devscout(1))\n",
+            printable_text(text, argument, sizeof text));
 }
 
 /// Interfaces by their index, each once. There is room for those of both families.
