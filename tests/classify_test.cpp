@@ -1,6 +1,6 @@
 // The text rules of SNMP answers.
 #include "config/text.h"
-#include "driver/records/device_list.h"
+#include "records/device_list.h"
 #include "snmp/classify.h"
 
 #include <gtest/gtest.h>

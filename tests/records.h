@@ -1,7 +1,7 @@
 // A list that is freed with the test.
 #pragma once
 
-#include "driver/records/device_list.h"
+#include "records/device_list.h"
 
 #include <string>
 

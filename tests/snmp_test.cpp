@@ -1,8 +1,8 @@
 // What is made of SNMP answers before the text rules: values, addresses, collection.
 #include "capture.h"
-#include "driver/records/device_list.h"
 #include "io/wait.h"
 #include "log/log.h"
+#include "records/device_list.h"
 #include "scratch.h"
 #include "snmp/collect.h"
 #include "snmp/description_query.h"

@@ -3,7 +3,7 @@
 
 #include "driver/desc_queue.h"
 #include "driver/lines.h"
-#include "driver/records/device_list.h"
+#include "records/device_list.h"
 
 #include <cstddef>
 #include <cstdint>

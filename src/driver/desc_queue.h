@@ -1,8 +1,8 @@
 // The parent's queue of addresses that wait for a description or scanner inquiry child.
 #pragma once
 
-#include "driver/records/device_list.h"
-#include "driver/records/list.h"
+#include "records/device_list.h"
+#include "records/list.h"
 
 #include <cstdint>
 

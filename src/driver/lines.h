@@ -2,7 +2,7 @@
 // lines of a scanner inquiry block.
 #pragma once
 
-#include "driver/records/device_list.h"
+#include "records/device_list.h"
 
 #include <cstddef>
 #include <cstdint>

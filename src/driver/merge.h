@@ -3,7 +3,7 @@
 
 #include "driver/child_process.h"
 #include "driver/desc_queue.h"
-#include "driver/records/device_list.h"
+#include "records/device_list.h"
 
 /// What a line is merged into, and the settings that decide how.
 struct merge_target {

@@ -1,8 +1,8 @@
 // The discovery methods. A further method is one more row here.
 #pragma once
 
-#include "driver/records/device_list.h"
 #include "nodeq/nodeq.h"
+#include "records/device_list.h"
 #include "slp/slp_discovery.h"
 #include "snmp/snmp_discovery.h"
 

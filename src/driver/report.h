@@ -1,7 +1,7 @@
 // The report of a run, and its time marks.
 #pragma once
 
-#include "driver/records/device_list.h"
+#include "records/device_list.h"
 
 #include <ctime>
 

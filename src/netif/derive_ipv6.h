@@ -2,8 +2,8 @@
 // addresses that it has in the other scopes of the host's interface.
 #pragma once
 
-#include "driver/records/device_list.h"
 #include "netif/interfaces.h"
+#include "records/device_list.h"
 
 #include <cstddef>
 #include <cstdint>

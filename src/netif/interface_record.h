@@ -1,7 +1,7 @@
 // The record of an Ethernet interface, whatever its source.
 #pragma once
 
-#include "driver/records/list.h"
+#include "records/list.h"
 
 #include <cstddef>
 

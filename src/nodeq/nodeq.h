@@ -1,7 +1,7 @@
 // Discovery by nodeq, the devices' own UDP protocol, over IPv4 broadcast.
 #pragma once
 
-#include "driver/records/device_list.h"
+#include "records/device_list.h"
 
 /// Broadcasts two requests, 100 ms apart, and records every address that answers. A target that
 /// begins with "u", the IPv6 one, is not served: nothing is sent. Returns 0, -1 when the socket

@@ -1,7 +1,7 @@
 // The nodeq request and answer: built and read here, and carried into device records.
 #pragma once
 
-#include "driver/records/device_list.h"
+#include "records/device_list.h"
 
 #include <cstddef>
 #include <cstdint>

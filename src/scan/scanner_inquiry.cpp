@@ -1,8 +1,8 @@
 // The scanner inquiry: asks one device for its 70-byte block over TCP.
 #include "scan/scanner_inquiry.h"
 
-#include "driver/records/device_list.h"
 #include "io/stream.h"
+#include "records/device_list.h"
 #include "scan/tcp_connect.h"
 
 #include <arpa/inet.h>

@@ -2,7 +2,7 @@
 // those who call the library need its header.
 #pragma once
 
-#include "driver/records/device_list.h"
+#include "records/device_list.h"
 
 #include <cstdint>
 #include <slp.h>

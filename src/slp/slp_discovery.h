@@ -1,7 +1,7 @@
 // Printers that announce themselves through the Service Location Protocol.
 #pragma once
 
-#include "driver/records/device_list.h"
+#include "records/device_list.h"
 
 #include <cstdint>
 

@@ -1,7 +1,7 @@
 // The text rules of SNMP answers: what is a printer, who made it, and how it is described.
 #pragma once
 
-#include "driver/records/device_list.h"
+#include "records/device_list.h"
 
 #include <cstddef>
 

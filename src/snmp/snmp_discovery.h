@@ -1,7 +1,7 @@
 // SNMP discovery: one GET to everybody, and a record for every printer that answers.
 #pragma once
 
-#include "driver/records/device_list.h"
+#include "records/device_list.h"
 
 struct snmp_session;
 struct snmp_pdu;

@@ -1,5 +1,5 @@
 // One record per device, and the list of them, keyed by address text.
-#include "driver/records/device_list.h"
+#include "records/device_list.h"
 
 #include "config/text.h"
 

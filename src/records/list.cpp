@@ -1,5 +1,5 @@
 // The singly linked list that all lists of the program are made of.
-#include "driver/records/list.h"
+#include "records/list.h"
 
 #include <cstdio>
 #include <cstdlib>

@@ -1,7 +1,7 @@
 // One record per device, and the list of them, keyed by address text.
 #pragma once
 
-#include "driver/records/list.h"
+#include "records/list.h"
 
 #include <cstddef>
 #include <cstdint>
