@@ -7,9 +7,12 @@
 #   tunnel   in the namespace of the command, holds the far end of a tunnel
 # The others tell the first by words on a pipe how far they are.
 
+readonly FIRST_NUMBER=9 # of the network behind eth0: 10.9.0.0/16
 readonly AGENT_MAC=02:00:0a:09:00:a1
 # The numbers of the interfaces that lead nowhere, in their addresses, by kind and from 0.
 readonly -A IDLE_NUMBERS=([bridge]=20 [unplugged]=30 [down]=40 [tunnel]=50)
+
+ip=$(tool ip)
 
 # --- all namespaces ------------------------------------------------------------------------------
 
@@ -130,13 +133,11 @@ start_stages()
 {
     local place name
     for ((place = 0; place <= ${#networks[@]}; place++)); do
-        stage_arguments devices $place
-        unshare --net --mount "$self" "${arguments[@]}" <&"$go" &
+        unshare --net --mount "$self" --stage devices $place <&"$go" &
     done
     for name in $interfaces; do
         [[ $name == tunnel* ]] || continue
-        stage_arguments tunnel "$name"
-        "$self" "${arguments[@]}" <&"$go" &
+        "$self" --stage tunnel "$name" <&"$go" &
     done
     wait
 }
@@ -185,7 +186,7 @@ lay_network()
     done
 }
 
-host_stage()
+host_stage() # COMMAND [ARG...]
 {
     local status words go idle error pid simulator_pids=() device_pids=() confined=()
     quiet_interfaces
@@ -193,6 +194,7 @@ host_stage()
         printf 1 | tee /proc/sys/net/ipv6/conf/{all,default}/disable_ipv6 >/dev/null 2>&1
     fi
     lay_network
+    unset LAB_SETTINGS # the command has the caller's environment
     if [[ -n $etc ]]; then
         cover_etc 2>/dev/null || fail "$BAD_USE" "--etc: cannot lay $etc over /etc"
     fi
@@ -206,7 +208,7 @@ host_stage()
 
     # The shell would report a command that a signal has ended: not on the caller's standard error.
     exec {error}>&2
-    { (exec "${confined[@]}" "${command[@]}" 2>&"$error" {error}>&- {words}<&- {idle}<&-); } 2>/dev/null
+    { (exec "${confined[@]}" "$@" 2>&"$error" {error}>&- {words}<&- {idle}<&-); } 2>/dev/null
     status=$?
     exec {error}>&-
 
@@ -290,9 +292,9 @@ wait_for_device_link()
     return 1
 }
 
-devices_stage()
+devices_stage() # PLACE: 0 for the network behind eth0
 {
-    local lines='' agent_pid='' text idle number=$((FIRST_NUMBER + place)) own_record=$record
+    local place=$1 lines='' agent_pid='' text idle number=$((FIRST_NUMBER + $1)) own_record=$record
     quiet_interfaces
     exec {idle}<> <(:)
     echo devices "$place" $$
@@ -307,9 +309,8 @@ devices_stage()
         }
     fi
     if [[ $place$snmpd == 0yes ]]; then
-        stage_arguments agent
         exec 3>&1
-        coproc agent { exec unshare --net --mount "$self" "${arguments[@]}"; }
+        coproc agent { exec unshare --net --mount "$self" --stage agent; }
         agent_pid=$!
         read -r -t 20 -u "${agent[0]}" _
     fi
@@ -338,11 +339,11 @@ devices_stage()
 
 # --- the far end of a tunnel ---------------------------------------------------------------
 
-tunnel_stage()
+tunnel_stage() # INTERFACE
 {
     echo tunnel
     read -r _ # the interface is here
-    run_simulator "$record.$place" --tunnel "$place"
+    run_simulator "$record.$1" --tunnel "$1"
 }
 
 # --- the real SNMP agent -----------------------------------------------------------------
