@@ -9,14 +9,10 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 
 namespace
 {
-
-/// Two clocks that differ by more than this over one wait: one of them was set.
-constexpr int64_t CLOCK_SET_US = 100 * MICROSECONDS_PER_MILLISECOND;
 
 void trace_time(const char *name, const struct timeval &value)
 {
@@ -30,35 +26,10 @@ void trace_select_info(int block, const struct timeval &timeout)
               static_cast<unsigned>(timeout.tv_sec), static_cast<unsigned>(timeout.tv_usec));
 }
 
-/// One moment on two clocks.
-struct moment {
-    struct timeval wall_clock;
-    int64_t monotonic;
-};
-
-/// Takes the current time, and traces what the wall clock shows.
-moment trace_now(const char *name)
+struct timeval timeval_of(int64_t us)
 {
-    moment now = {};
-    gettimeofday(&now.wall_clock, nullptr);
-    now.monotonic = monotonic_us();
-    trace_time(name, now.wall_clock);
-    return now;
-}
-
-/// The time from one moment to another. A wait that trusted the wall clock would end at once, or
-/// not at all, when somebody sets it meanwhile: then the other clock counts.
-struct timeval time_between(const moment &start, const moment &end)
-{
-    const int64_t measured = end.monotonic - start.monotonic;
-    struct timeval shown = {};
-    if (timeval_subtract(&start.wall_clock, &end.wall_clock, &shown) == 0) {
-        const int64_t apart = shown.tv_sec * MICROSECONDS_PER_SECOND + shown.tv_usec - measured;
-        if (std::abs(apart) < CLOCK_SET_US)
-            return shown;
-    }
-    return {static_cast<time_t>(measured / MICROSECONDS_PER_SECOND),
-            static_cast<suseconds_t>(measured % MICROSECONDS_PER_SECOND)};
+    return {static_cast<time_t>(us / MICROSECONDS_PER_SECOND),
+            static_cast<suseconds_t>(us % MICROSECONDS_PER_SECOND)};
 }
 
 /// Waits for the session's socket, at most for `remaining` or until the library wants to be
@@ -97,7 +68,12 @@ int collect_once(netsnmp_session *session, const struct timeval &budget)
 {
     snmp_descriptor_set descriptors;
     log_trace("sess_select_response\n");
-    const moment start = trace_now("tv0");
+    struct timeval start = {};
+    gettimeofday(&start, nullptr);
+    // No change of the system time makes the wait shorter or longer, and what is traced as the
+    // time after it is as much later as was waited.
+    const int64_t begun = monotonic_us();
+    trace_time("tv0", start);
     struct timeval remaining = budget;
     for (;;) {
         descriptors.clear();
@@ -105,7 +81,10 @@ int collect_once(netsnmp_session *session, const struct timeval &budget)
         if (ready < 0)
             return -1;
         log_trace("\tready=%d\n", ready);
-        const struct timeval elapsed = time_between(start, trace_now("tv"));
+        const struct timeval elapsed = timeval_of(monotonic_us() - begun);
+        struct timeval now = {};
+        timeradd(&start, &elapsed, &now);
+        trace_time("tv", now);
         const int more_time = update_remaining(budget, elapsed, &remaining);
         if (ready > 0) {
             log_trace("snmp_read\n");

@@ -194,7 +194,7 @@ int on_snmp_response(int operation, netsnmp_session *session, int, netsnmp_pdu *
     // The library matches request ids of responses alone; whatever else comes is no answer.
     if (pdu->command != SNMP_MSG_RESPONSE || pdu->errstat != SNMP_ERR_NOERROR)
         return 0;
-    if (snmp_sess_transport(snmp_sess_pointer(session)) == nullptr) {
+    if (snmp_transport_of(session) == nullptr) {
         puts("# ERROR: Invalid SNMP transport [getdesc]");
         return 1;
     }

@@ -8,7 +8,6 @@
 #include "netif/derive_ipv6.h"
 #include "snmp/classify.h"
 #include "snmp/collect.h"
-#include "snmp/everywhere.h"
 #include "snmp/peer.h"
 #include "snmp/snmp_session.h"
 
@@ -22,27 +21,11 @@ namespace
 {
 
 constexpr struct timeval QUIET_TIME = {2, 0};
-constexpr struct timeval SOCKET_SEARCH_TIME = {0, 2000};
 constexpr int MAX_COLLECTIONS = 2; ///< the second one only when the first read nothing
 
 constexpr size_t VALUE_TEXT_SIZE = 1024;
 constexpr size_t TRANSPORT_TEXT_SIZE = 256;
 constexpr char SCANNER_WORD[] = "SCN";
-
-/// Returns the session's socket, or -1.
-int session_socket(netsnmp_session *session)
-{
-    snmp_descriptor_set descriptors;
-    int count = 0;
-    int block = 1;
-    struct timeval timeout = SOCKET_SEARCH_TIME;
-    snmp_sess_select_info2(snmp_sess_pointer(session), &count, &descriptors.set, &timeout, &block);
-    for (int fd = 0; fd < count; ++fd) {
-        if (netsnmp_large_fd_is_set(fd, &descriptors.set) != 0)
-            return fd;
-    }
-    return -1;
-}
 
 void prepare_socket(int socket_fd)
 {
@@ -72,9 +55,8 @@ void do_one_poll(device_list *devices, const char *target, bool ipv6)
         printf("# ERROR: snmp_open(\"%s\") failed, %s\n", target, strerror(errno));
         return;
     }
-    const int socket_fd = session_socket(opened.session);
-    if (socket_fd >= 0)
-        prepare_socket(socket_fd);
+    if (const netsnmp_transport *transport = snmp_transport_of(opened.session))
+        prepare_socket(transport->sock);
     snmp_send_everywhere(opened.session, plan);
     log_trace("snmp_send\n");
     const char *const objects[] = {IDENTIFICATION_OID};
@@ -146,7 +128,7 @@ int discovery_response(int operation, netsnmp_session *session, int, netsnmp_pdu
     if (pdu->command != SNMP_MSG_RESPONSE || pdu->errstat != SNMP_ERR_NOERROR)
         return 0;
     trace_variables(pdu->variables);
-    netsnmp_transport *transport = snmp_sess_transport(snmp_sess_pointer(session));
+    netsnmp_transport *transport = snmp_transport_of(session);
     if (transport == nullptr) {
         puts("# ERROR: Invalid SNMP transport");
         return 1;

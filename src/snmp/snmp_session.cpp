@@ -9,6 +9,7 @@
 #include <clocale>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
 #include <memory>
 
 namespace
@@ -18,6 +19,10 @@ constexpr size_t SUBIDENTIFIER_TEXT_SIZE = 20;
 
 /// The longest text that is wanted of a value, and the two quotes around it.
 constexpr size_t PRINTED_SIZE = 1024 + 2;
+
+/// A transport has no place for a context of its own.
+decltype(netsnmp_transport::f_send) g_library_send = nullptr;
+egress_plan g_plan;
 
 bool has_value(const netsnmp_variable_list *variable)
 {
@@ -83,6 +88,29 @@ netsnmp_session *snmp_open_session(const char *peer, bool ipv6, netsnmp_callback
     wanted.callback = callback;
     wanted.callback_magic = context;
     return snmp_open(&wanted);
+}
+
+netsnmp_transport *snmp_transport_of(netsnmp_session *session)
+{
+    return snmp_sess_transport(snmp_sess_pointer(session));
+}
+
+// The library keeps one request id and one set of time-outs per request, so a request of its own
+// for each interface would be repeated through all of them. Taking the place of the transport's
+// send function, below the requests, keeps it one request.
+void snmp_send_everywhere(netsnmp_session *session, const egress_plan &plan)
+{
+    netsnmp_transport *transport = snmp_transport_of(session);
+    if (transport == nullptr || plan.count == 0)
+        return;
+    g_plan = plan;
+    g_library_send = transport->f_send;
+    // `data` is a pointer to what is sent, whose constness depends on the library's release.
+    transport->f_send = [](netsnmp_transport *sender, auto data, int size, void **peer,
+                           int *peer_size) -> int {
+        const auto send_once = [&] { return g_library_send(sender, data, size, peer, peer_size); };
+        return send_everywhere(sender->sock, g_plan, std::cref(send_once));
+    };
 }
 
 int snmp_send_get(netsnmp_session *session, const char *const *oid_texts, size_t count)

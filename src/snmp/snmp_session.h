@@ -2,6 +2,8 @@
 // the text of a value.
 #pragma once
 
+#include "io/egress.h"
+
 #include <net-snmp/net-snmp-config.h>
 // The library's configuration header comes first.
 #include <net-snmp/library/large_fd_set.h>
@@ -32,6 +34,13 @@ size_t parse_oid_text(const char *text, oid (&numbers)[MAX_SUBIDENTIFIERS]);
 /// session, which the caller closes with `snmp_close`, or nullptr (`errno`).
 netsnmp_session *snmp_open_session(const char *peer, bool ipv6, netsnmp_callback callback,
                                    void *context);
+
+/// Returns what the session sends and receives by, its socket among it, or nullptr.
+netsnmp_transport *snmp_transport_of(netsnmp_session *session);
+
+/// Makes the session send each request, and the library's repetitions of it, in all ways of the
+/// plan; answers through any of them belong to the one request. One session of a process at a time.
+void snmp_send_everywhere(netsnmp_session *session, const egress_plan &plan);
 
 /// Frees a text of the library, or one that is made for it, by `free`.
 struct library_text_deleter {
