@@ -1,6 +1,6 @@
 // Fuzzes the readers of SLP replies and adverts, and the handing over of their URLs.
 #include "slp/agent/message.h"
-#include "slp/agent/results.h"
+#include "slp/agent/service_search.h"
 
 #include <cstdlib>
 #include <cstring>

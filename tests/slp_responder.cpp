@@ -2,7 +2,7 @@
 #include "slp_responder.h"
 
 #include "bound_socket.h"
-#include "slp/agent/agent.h"
+#include "slp/agent/service_search.h"
 #include "slp/agent/slp.h"
 
 #include <algorithm>

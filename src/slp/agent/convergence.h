@@ -3,7 +3,7 @@
 #pragma once
 
 #include "slp/agent/message.h"
-#include "slp/agent/settings.h"
+#include "slp/agent/properties.h"
 #include "slp/agent/slp.h"
 
 #include <cstddef>

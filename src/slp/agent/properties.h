@@ -35,6 +35,16 @@ struct slp_properties {
     int32_t max_results = 256; ///< URLs after which a search ends
 };
 
+constexpr uint16_t SLP_PORT = 427;
+
+/// Where the agent sends its requests, besides what its properties say.
+struct slp_settings {
+    slp_properties properties;
+    const char *multicast_group = "239.255.255.253";
+    const char *broadcast_address = "255.255.255.255";
+    uint16_t port = SLP_PORT; ///< of service agents and directory agents, host byte order
+};
+
 /// Takes over the properties that stand in `text`, lines of the form "name = value". Lines that
 /// begin with "#" or ";", lines without "=" and unknown names are passed over. A value that does
 /// not read as its type, or lies outside its range, leaves the property as it is.

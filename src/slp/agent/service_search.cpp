@@ -3,8 +3,7 @@
 
 #include "io/wait.h"
 #include "slp/agent/convergence.h"
-#include "slp/agent/da_query.h"
-#include "slp/agent/da_search.h"
+#include "slp/agent/directory_agents.h"
 #include "slp/agent/value_list.h"
 
 #include <algorithm>
@@ -25,6 +24,17 @@ constexpr int IDLE_REPETITIONS = 2;
 /// over, so that nobody's answer waits for them: so many, and so long for all together.
 constexpr size_t OVERFLOWED_MAX = 16;
 constexpr int64_t OVERFLOWED_WAIT_US = 2 * MICROSECONDS_PER_SECOND;
+
+bool is_control(char character)
+{
+    const auto byte = static_cast<unsigned char>(character);
+    return byte < 0x20 || byte == 0x7f;
+}
+
+bool is_usable(std::string_view url)
+{
+    return !url.empty() && std::none_of(url.begin(), url.end(), is_control);
+}
 
 struct datagram_search {
     const slp_request &request;
@@ -98,6 +108,25 @@ std::string ask_directory_agents(const slp_settings &settings, const slp_request
 }
 
 } // namespace
+
+bool slp_results_complete(const slp_results &results)
+{
+    return results.refused || results.seen.size() >= results.most;
+}
+
+void slp_results_add(slp_results *results, const slp_service_reply &reply)
+{
+    for (const slp_url_entry &entry : reply.urls) {
+        if (slp_results_complete(*results))
+            return;
+        if (!is_usable(entry.url))
+            continue;
+        const auto [url, is_new] = results->seen.emplace(entry.url);
+        if (is_new && results->callback(results->handle, url->c_str(), entry.lifetime, SLP_OK,
+                                        results->cookie) == SLP_FALSE)
+            results->refused = true;
+    }
+}
 
 SLPError slp_search_services(const slp_settings &settings, const slp_request &request,
                              slp_results *results)

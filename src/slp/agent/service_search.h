@@ -1,10 +1,39 @@
-// One whole search for services: directory agents first, then multicast.
+// One whole search for services: directory agents first, then multicast; what it has found so far,
+// and how that is handed to the caller.
 #pragma once
 
 #include "slp/agent/message.h"
-#include "slp/agent/results.h"
-#include "slp/agent/settings.h"
+#include "slp/agent/properties.h"
 #include "slp/agent/slp.h"
+
+#include <cstddef>
+#include <string>
+#include <unordered_set>
+
+/// What stands behind an SLPHandle.
+struct slp_agent {
+    slp_settings settings; ///< read when the handle is opened
+    std::string language;
+    bool in_use = false; ///< a search is running
+};
+
+/// The caller's side of one search.
+struct slp_results {
+    SLPHandle handle;
+    SLPSrvURLCallback *callback;
+    void *cookie;
+    size_t most;                          ///< URLs after which the search is over
+    std::unordered_set<std::string> seen; ///< the URLs handed over
+    bool refused;                         ///< the callback wants no more calls
+};
+
+/// Tells whether the search is over: enough URLs, or a callback that wants no more.
+bool slp_results_complete(const slp_results &results);
+
+/// Hands over the URLs of a reply that have not been handed over before, until the search is
+/// over. Passes over empty URLs and those with control characters, which no URL may hold and
+/// which would not survive as a C text or as one line of output.
+void slp_results_add(slp_results *results, const slp_service_reply &reply);
 
 /// Searches and hands over what is found; returns when the search is over. The request's scopes
 /// and transaction number are filled in by the caller. Codes as SLPFindSrvs returns them.

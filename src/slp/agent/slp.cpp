@@ -2,8 +2,6 @@
 // exceptions: an agent without memory fails with a code.
 #include "slp/agent/slp.h"
 
-#include "slp/agent/agent.h"
-#include "slp/agent/results.h"
 #include "slp/agent/service_search.h"
 
 #include <memory>

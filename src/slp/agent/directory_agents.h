@@ -1,14 +1,29 @@
-// The questions to one directory agent: by UDP, and by TCP when a datagram is too small.
+// Directory agents: which of them a search can ask, and the questions to one of them, by UDP, and
+// by TCP when a datagram is too small.
 #pragma once
 
-#include "slp/agent/da_search.h"
 #include "slp/agent/message.h"
-#include "slp/agent/results.h"
-#include "slp/agent/settings.h"
+#include "slp/agent/properties.h"
+#include "slp/agent/service_search.h"
 
 #include <cstdint>
 #include <netinet/in.h>
+#include <string>
 #include <string_view>
+#include <vector>
+
+struct slp_directory_agent {
+    struct in_addr address;
+    struct in_addr sender; ///< where its advert came from
+    std::string scopes;    ///< as advertised; empty, and so unknown, for a configured one
+};
+
+/// Returns the directory agents to ask for `request`, in order and each once: those of
+/// net.slp.DAAddresses, names resolved; when it names none and active detection is on, those that
+/// answer a multicast search and serve one of the request's scopes, one for each that answers. A
+/// wait of 0 for that search leaves it out.
+std::vector<slp_directory_agent> slp_find_directory_agents(const slp_settings &settings,
+                                                           const slp_request &request);
 
 /// Asks one directory agent for `request` and hands over the URLs that it returns. An agent whose
 /// scopes are not known is asked for its advert first, which fills them in; one whose scopes have
