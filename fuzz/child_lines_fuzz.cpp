@@ -32,33 +32,31 @@ FILE *stream_of(std::string_view output)
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     std::string_view rest(reinterpret_cast<const char *>(data), size);
-    const int scanner = rest.empty() ? 0 : rest[0] & 1;
+    static parent_run run;
+    run.settings.scanner = !rest.empty() && (rest[0] & 1) != 0;
     rest.remove_prefix(rest.empty() ? 0 : 1);
-    device_list devices = nullptr;
-    desc_queue queue = nullptr;
-    static child_slot slots[CHILD_SLOT_COUNT];
-    const merge_target target = {&devices, &queue, slots, scanner, 0};
     // SNMP children's lines would start further children: theirs come last, of any output.
     for (const int slot :
          {slot_of("slp"), slot_of("nodeq"), FIRST_DESC_SLOT, FIRST_DESC_SLOT + 1, LAST_DESC_SLOT}) {
         const size_t length = rest.find('|');
-        slots[slot].stream = stream_of(rest.substr(0, length));
-        slots[slot].pending_length = 0;
-        slots[slot].at_end = 0;
-        safe_strncpy(slots[slot].target_ip, "10.0.0.1", IP_SIZE);
+        run.slots[slot].stream = stream_of(rest.substr(0, length));
+        run.slots[slot].pending_length = 0;
+        run.slots[slot].at_end = 0;
+        safe_strncpy(run.slots[slot].target_ip, "10.0.0.1", IP_SIZE);
         rest.remove_prefix(length == std::string_view::npos ? rest.size() : length + 1);
     }
-    merge_child_output(&target, "", false);
+    merge_child_output(&run);
     while (!rest.empty()) {
         const size_t length = std::min({rest.find('\n'), rest.size() - 1, PIPE_LINE_SIZE - 2}) + 1;
         for (const int slot : {slot_of("snmp"), FIRST_DESC_SLOT})
-            hand_over(target, std::string(rest.substr(0, length)), slot);
+            hand_over(&run, std::string(rest.substr(0, length)), slot);
         rest.remove_prefix(length);
     }
-    finish_descriptions(&devices);
-    for (const std::string &line : printed([&] { print_report(devices, 0, scanner); }))
+    finish_descriptions(&run.devices);
+    for (const std::string &line :
+         printed([&] { print_report(run.devices, 0, run.settings.scanner ? 1 : 0); }))
         matched(ANY_LINE, line);
-    list_free(&devices);
-    list_free(&queue);
+    list_free(&run.devices);
+    list_free(&run.queue);
     return 0;
 }

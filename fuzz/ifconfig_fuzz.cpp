@@ -1,4 +1,5 @@
 // Fuzzes the reader of ifconfig's output, and the completing of addresses with what it read.
+#include "config/text.h"
 #include "input_file.h"
 #include "netif/derive_ipv6.h"
 #include "netif/ifconfig.h"
@@ -11,6 +12,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     list_node *interfaces = nullptr;
     device_list devices = nullptr;
+    device_record answered = {};
+    safe_strncpy(answered.dsc, "Model", sizeof answered.dsc);
     enumerate_interfaces_from(&interfaces, input_file(data, size));
     for (const list_node *node = interfaces; node != nullptr; node = node->next) {
         const auto *found = static_cast<const netinterface_info *>(node->data);
@@ -20,7 +23,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
             require(memchr(*address, '\0', sizeof *address) != nullptr, "a terminated address");
             char neighbour[INET6_ADDRSTRLEN];
             combine_ipv6_address(neighbour, sizeof neighbour, *address, "::5:1");
-            add_derived_record(neighbour, "Model", "Maker", {1, 1, 0, 0}, &devices);
+            add_derived_record(neighbour, answered, &devices);
         }
     }
     derive_ipv6_addresses_on(&devices, interfaces);

@@ -4,7 +4,6 @@
 
 #include "driver/lines.h"
 #include "driver/merge.h"
-#include "driver/slots.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -116,11 +115,11 @@ inline void print_devices(device_list devices)
 }
 
 /// Hands a line to the parent as it comes through the pipe, in memory of its own length.
-inline void hand_over(const merge_target &target, const std::string &line, int slot)
+inline void hand_over(parent_run *run, const std::string &line, int slot)
 {
     require(line.size() < PIPE_LINE_SIZE, "a line that fits", line);
     std::vector<char> buffer(line.c_str(), line.c_str() + line.size() + 1);
-    merge_line(&target, buffer.data(), slot);
+    merge_line(run, buffer.data(), slot);
 }
 
 /// Carries the devices that the child of a slot heard through to the parent's report and frees
@@ -128,14 +127,11 @@ inline void hand_over(const merge_target &target, const std::string &line, int s
 /// device is listed under an address that was not heard.
 inline void carry_to_report(device_list *heard, int slot, const std::string &description = "")
 {
-    device_list listed = nullptr;
-    desc_queue queue = nullptr;
-    static child_slot slots[CHILD_SLOT_COUNT];
-    const merge_target target = {&listed, &queue, slots, 0, 0};
+    static parent_run run;
     std::set<std::string> known;
     for (const std::string &line : printed([&] { print_devices(*heard); })) {
         known.insert(matched(CHILD_LINE, line));
-        hand_over(target, line + "\n", slot);
+        hand_over(&run, line + "\n", slot);
     }
     for (const std::string &ip : known) {
         if (description.empty())
@@ -143,12 +139,12 @@ inline void carry_to_report(device_list *heard, int slot, const std::string &des
         const auto lines =
             printed([&] { print_description_line(ip.c_str(), description.c_str()); });
         require(lines.size() == 1, "one line", description);
-        hand_over(target, lines[0] + "\n", FIRST_DESC_SLOT);
+        hand_over(&run, lines[0] + "\n", FIRST_DESC_SLOT);
     }
-    finish_descriptions(&listed);
-    for (const std::string &line : printed([&] { print_devices(listed); }))
+    finish_descriptions(&run.devices);
+    for (const std::string &line : printed([&] { print_devices(run.devices); }))
         require(known.count(matched(REPORT_LINE, line)) == 1, "an address that was heard", line);
-    list_free(&listed);
-    list_free(&queue);
+    list_free(&run.devices);
+    list_free(&run.queue);
     list_free(heard);
 }

@@ -3,7 +3,6 @@
 #include "config/text.h"
 #include "driver/lines.h"
 #include "driver/merge.h"
-#include "driver/slots.h"
 #include "records.h"
 
 #include <gtest/gtest.h>
@@ -11,7 +10,6 @@
 #include <algorithm>
 #include <cstring>
 #include <string>
-#include <vector>
 
 namespace
 {
@@ -21,20 +19,24 @@ constexpr int DESC_SLOT = 5;
 
 /// A parent's lists and slots, without children. It knows one device already.
 struct parent {
-    test_list devices;
-    test_list queue;
-    std::vector<child_slot> slots = std::vector<child_slot>(CHILD_SLOT_COUNT);
-    merge_target target = {&devices.head, &queue.head, slots.data(), 0, 0};
-    device_record *known = devices.device("a");
+    parent_run run = {};
+    device_record *known = device_list_find_or_add(&run.devices, "a");
 
     explicit parent(const std::string &dsc)
     {
         safe_strncpy(known->dsc, dsc.c_str(), sizeof known->dsc);
     }
+    parent(const parent &) = delete;
+    parent &operator=(const parent &) = delete;
+    ~parent()
+    {
+        list_free(&run.devices);
+        list_free(&run.queue);
+    }
 
     void read(int slot, std::string line)
     {
-        merge_line(&target, line.data(), slot);
+        merge_line(&run, line.data(), slot);
     }
 };
 
@@ -78,8 +80,8 @@ TEST(MergeDiscovery, ReadsSlotsOfMethodsAndQueuesWhatSnmpReportsUndescribed)
         parent p(c.before);
         p.read(c.slot, "ip: a vendor: V dsc: \"Model\"\n");
         p.read(c.slot, "ip: a vendor: V dsc: \"Model\"\n");
-        ASSERT_EQ(p.queue.head != nullptr, c.queued) << c.slot << c.before;
-        EXPECT_TRUE(!c.queued || p.queue.head->next == nullptr) << "queued twice";
+        ASSERT_EQ(p.run.queue != nullptr, c.queued) << c.slot << c.before;
+        EXPECT_TRUE(!c.queued || p.run.queue->next == nullptr) << "queued twice";
         EXPECT_STREQ(p.known->vendor, c.vendor) << c.slot;
     }
 }
@@ -124,9 +126,9 @@ TEST(MergeDiscovery, ReadsAddressNumbersAndVendor)
         p.known->slp_raw_tcp = 1;
         p.known->snmp_detected = p.known->snmp_devtype = p.known->snmp_description = 9;
         p.read(NODEQ_SLOT, c.line);
-        const std::string all = p.devices.joined(texts_and_numbers);
+        const std::string all = joined(p.run.devices, texts_and_numbers);
         EXPECT_EQ(all.substr(all.size() - std::min(all.size(), c.after.size())), c.after) << c.line;
-        EXPECT_EQ(p.devices.head->next == nullptr, c.after[0] == 'a') << c.line;
+        EXPECT_EQ(p.run.devices->next == nullptr, c.after[0] == 'a') << c.line;
     }
 }
 
@@ -154,7 +156,7 @@ TEST(MergeDiscovery, PutsRealBeforeProvisionalDescriptions)
     };
     for (const auto &c : cases) {
         parent p(c.before);
-        p.target.scanner = c.scanner;
+        p.run.settings.scanner = c.scanner != 0;
         p.read(NODEQ_SLOT, "ip: a vendor:  dsc: \"" + c.text + "\"\n");
         EXPECT_EQ(p.known->dsc, c.after) << c.before << "|" << c.text;
     }
@@ -190,7 +192,7 @@ TEST(MergeDescription, TakesATextWhereNoneIsRealAndMarksTheUnreachable)
         p.read(DESC_SLOT, c.line);
         EXPECT_EQ(p.known->dsc, c.after) << c.line;
         EXPECT_EQ(p.known->scan_info[0] == UNREACHABLE_MARK, c.marked) << c.line;
-        EXPECT_EQ(p.devices.head->next, nullptr) << c.line;
+        EXPECT_EQ(p.run.devices->next, nullptr) << c.line;
     }
     EXPECT_EQ(printed_by([] { print_description_line("10.0.0.5\r", "b\n"); }),
               "ip: 10.0.0.5        dsc: \"b \"\n");
@@ -203,5 +205,5 @@ TEST(DeviceList, FindsExactTextsAloneAndNoneThatItCuts)
     for (const std::string &ip : {std::string("fe80::A"), std::string("fe80::a"), x39 + "x",
                                   x39 + "x", std::string("fe80::A"), x39})
         devices.device(ip);
-    EXPECT_EQ(devices.joined(ip_of), "fe80::A fe80::a " + x39 + " " + x39);
+    EXPECT_EQ(joined(devices.head, ip_of), "fe80::A fe80::a " + x39 + " " + x39);
 }

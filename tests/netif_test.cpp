@@ -91,8 +91,8 @@ TEST(SystemInterfaces, AreEthernetOnesAndNoTunnels)
         GTEST_SKIP() << "no network namespace or no /dev/net/tun";
     test_list found;
     enumerate_system_interfaces(&found.head);
-    EXPECT_EQ(found.joined(fields_of).find("cable,"), 0U);
-    EXPECT_EQ(found.joined(fields_of).find("tunnel,"), std::string::npos);
+    EXPECT_EQ(joined(found.head, fields_of).find("cable,"), 0U);
+    EXPECT_EQ(joined(found.head, fields_of).find("tunnel,"), std::string::npos);
 }
 
 TEST(Ifconfig, ReadsEthernetBlocksOfTheOldFormatAlone)
@@ -115,7 +115,7 @@ TEST(Ifconfig, ReadsEthernetBlocksOfTheOldFormatAlone)
     for (const auto &c : cases) {
         test_list interfaces;
         EXPECT_EQ(read_interfaces(&interfaces, c.output), c.known_format) << c.output;
-        EXPECT_EQ(interfaces.joined(fields_of), c.interfaces);
+        EXPECT_EQ(joined(interfaces.head, fields_of), c.interfaces);
     }
 }
 
@@ -189,12 +189,33 @@ TEST(Ipv6, ListsDevicesUnderTheirOtherAddresses)
                 append_zone(ip, word.substr(percent) == "%lo" ? if_nametoindex("lo") : 4000000000U);
             device_record *record = devices.device(ip);
             record->dsc[0] = number;
-            record->snmp_devtype = 7;
-            record->record_state = 2;
         }
         derive_ipv6_addresses_on(&devices.head, interfaces.head);
-        EXPECT_EQ(devices.joined(ip_and_dsc), c.listed) << c.devices;
-        for (const list_node *node = devices.head; node != nullptr; node = node->next)
-            EXPECT_EQ(static_cast<const device_record *>(node->data)->snmp_devtype, 7);
+        EXPECT_EQ(joined(devices.head, ip_and_dsc), c.listed) << c.devices;
     }
+}
+
+TEST(Ipv6, CarriesOverEveryFieldButWhatOtherMethodsFoundAtTheOldAddress)
+{
+    test_list interfaces;
+    read_interfaces(&interfaces, ethernet("eth0", "fe80::1 2001:db8::1"));
+    test_list devices;
+    device_record *record = devices.device("fe80::5");
+    memset(record, 1, sizeof *record); // a further field is not zero either
+    device_record expected = *record;
+    safe_strncpy(record->ip, "fe80::5", sizeof record->ip);
+    derive_ipv6_addresses_on(&devices.head, interfaces.head);
+
+    memset(expected.ip, 0, sizeof expected.ip);
+    safe_strncpy(expected.ip, "2001:db8::5", sizeof expected.ip);
+    expected.record_state = 0;
+    for (uint8_t *field : {&expected.slp_detected, &expected.slp_ipp, &expected.slp_lpr,
+                           &expected.slp_raw_tcp, &expected.nodeq_detected, expected.scan_info})
+        *field = 0;
+    expected.nodeq_text_a[0] = expected.nodeq_text_b[0] = '\0';
+    ASSERT_NE(devices.head, nullptr);
+    const auto bytes_of = [](const void *completed) {
+        return std::string(static_cast<const char *>(completed), sizeof(device_record));
+    };
+    EXPECT_EQ(bytes_of(devices.head->data), bytes_of(&expected));
 }

@@ -21,17 +21,17 @@ struct test_list {
     {
         return device_list_find_or_add(&head, ip.c_str());
     }
-
-    /// Each record, as `text_of` writes it, with a blank between each two.
-    template<typename Record>
-    std::string joined(std::string (*text_of)(const Record &)) const
-    {
-        std::string text;
-        for (const list_node *node = head; node != nullptr; node = node->next)
-            text += (text.empty() ? "" : " ") + text_of(*static_cast<const Record *>(node->data));
-        return text;
-    }
 };
+
+/// Each record, as `text_of` writes it, with a blank between each two.
+template<typename Record>
+std::string joined(const list_node *node, std::string (*text_of)(const Record &))
+{
+    std::string text;
+    for (; node != nullptr; node = node->next)
+        text += (text.empty() ? "" : " ") + text_of(*static_cast<const Record *>(node->data));
+    return text;
+}
 
 inline std::string ip_of(const device_record &record)
 {

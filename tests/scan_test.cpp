@@ -68,7 +68,7 @@ TEST(Probe, WaitsForASilentDeviceAndTriesAgain)
     for (int turn = 0; turn < 20 && reached == 0; ++turn) {
         const descriptor filling(tcp_connect_timeout(HOST, device.port, 0));
         std::thread makes_room([&] {
-            wait_for(-1, 0, 120 * MICROSECONDS_PER_MILLISECOND);
+            wait_or_end(-1, 0, 120 * MICROSECONDS_PER_MILLISECOND);
             while (device.take()) {
             }
         });

@@ -3,7 +3,6 @@
 
 #include "config/community.h"
 #include "config/text.h"
-#include "driver/slots.h"
 #include "io/process.h"
 #include "log/log.h"
 
@@ -74,46 +73,46 @@ void start_child(child_slot *slot, const shell_command &command)
     slot->error_number = 0;
 }
 
-child_slot *free_desc_slot(child_slot *slots, bool quick)
+child_slot *free_desc_slot(parent_run *run)
 {
     for (int i = 0; i < CHILD_SLOT_COUNT; ++i) {
-        if (is_desc_slot(i, quick) && slots[i].stream == nullptr)
-            return &slots[i];
+        if (is_desc_slot(i, run->settings.quick) && run->slots[i].stream == nullptr)
+            return &run->slots[i];
     }
     return nullptr;
 }
 
 } // namespace
 
-void run_child_process(child_slot *slots, int slot, const char *program, const char *method)
+void run_child_process(parent_run *run, const method &started)
 {
-    log_printf(LOG_LEVEL_TRACE, "TRACE: run_child_process <%s>\n", method);
+    log_printf(LOG_LEVEL_TRACE, "TRACE: run_child_process <%s>\n", started.word);
     shell_command command;
-    add_program(&command, program);
+    add_program(&command, run->settings.program);
     if (strcmp(g_community_name, DEFAULT_COMMUNITY) != 0) {
         add_text(&command, " -c ");
         add_word(&command, g_community_name);
     }
     add_text(&command, " -s --");
-    add_text(&command, method);
+    add_text(&command, started.word);
     log_printf(LOG_LEVEL_TRACE, "TRACE: run: <%s>\n", command.text);
-    start_child(&slots[slot], command);
+    start_child(&run->slots[started.slot], command);
 }
 
-void start_desc_children(desc_queue *queue, child_slot *slots, const char *program, bool quick)
+void start_desc_children(parent_run *run)
 {
-    for (list_node *node = *queue; node != nullptr; node = node->next) {
+    for (list_node *node = run->queue; node != nullptr; node = node->next) {
         auto *request = static_cast<desc_request *>(node->data);
         if (request->started != 0)
             continue;
-        child_slot *slot = free_desc_slot(slots, quick);
+        child_slot *slot = free_desc_slot(run);
         if (slot == nullptr)
             return;
         const char *option = " -I ";
         if (request->describe != 0)
-            option = quick ? " --quick -R " : " -R ";
+            option = run->settings.quick ? " --quick -R " : " -R ";
         shell_command command;
-        add_program(&command, program);
+        add_program(&command, run->settings.program);
         add_text(&command, option);
         add_word(&command, request->ip);
         start_child(slot, command);
@@ -131,10 +130,10 @@ void close_child_slot(child_slot *slot)
     slot->target_ip[0] = '\0';
 }
 
-void kill_children(child_slot *slots)
+void kill_children(const parent_run *run)
 {
-    for (int i = 0; i < CHILD_SLOT_COUNT; ++i) {
-        if (slots[i].pid > 0)
-            kill_process_tree(slots[i].pid);
+    for (const child_slot &slot : run->slots) {
+        if (slot.pid > 0)
+            kill_process_tree(slot.pid);
     }
 }

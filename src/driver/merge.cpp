@@ -4,7 +4,6 @@
 #include "config/printable.h"
 #include "config/text.h"
 #include "driver/lines.h"
-#include "driver/slots.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -38,10 +37,10 @@ void merge_numbers(device_record *record, const device_line &line)
 }
 
 /// A real description stands before a provisional one, whose text stays behind it.
-void merge_dsc(device_record *record, const char *text, int scanner)
+void merge_dsc(device_record *record, const char *text, bool scanner)
 {
     const bool provisional = text[0] == PROVISIONAL_MARK;
-    if (provisional && scanner != 0)
+    if (provisional && scanner)
         return;
     char merged[DSC_SIZE] = "";
     if (record->dsc[0] == '\0') {
@@ -80,12 +79,12 @@ void take_description(device_record *record, const char *text)
     append_text(record->dsc, provisional, sizeof record->dsc);
 }
 
-void merge_description(const merge_target *target, const description_line &line)
+void merge_description(parent_run *run, const description_line &line)
 {
-    device_record *record = device_list_find_or_add(target->devices, line.ip);
+    device_record *record = device_list_find_or_add(&run->devices, line.ip);
     if (record == nullptr)
         return;
-    if (target->debug_level > 0) {
+    if (run->settings.debug_level > 0) {
         // Two texts put together are cut, and half a character may be a control byte.
         char held[DSC_SIZE];
         // The odd spelling is what readers of this output look for.
@@ -97,12 +96,12 @@ void merge_description(const merge_target *target, const description_line &line)
         take_description(record, line.dsc);
 }
 
-void merge_hex_line(const merge_target *target, const char *line, child_slot *slot)
+void merge_hex_line(parent_run *run, const char *line, child_slot *slot)
 {
     const auto number = static_cast<size_t>(slot->hex_lines++);
     if (number >= BLOCK_LINES)
         return;
-    device_record *record = device_list_find_or_add(target->devices, slot->target_ip);
+    device_record *record = device_list_find_or_add(&run->devices, slot->target_ip);
     if (record != nullptr) {
         const size_t offset = HEX_LINE_BYTES * number;
         const size_t room = sizeof record->scan_info - offset;
@@ -112,41 +111,41 @@ void merge_hex_line(const merge_target *target, const char *line, child_slot *sl
 
 } // namespace
 
-void merge_line(const merge_target *target, char *line, int slot)
+void merge_line(parent_run *run, char *line, int slot)
 {
     if (carries_device_lines(slot))
-        merge_discovery_line(target, line, slot);
+        merge_discovery_line(run, line, slot);
     else
-        merge_desc_line(target, line, slot);
+        merge_desc_line(run, line, slot);
 }
 
-void merge_discovery_line(const merge_target *target, char *line, int slot)
+void merge_discovery_line(parent_run *run, char *line, int slot)
 {
     device_line read;
     if (!read_device_line(line, &read))
         return;
-    device_record *record = device_list_find_or_add(target->devices, read.ip);
+    device_record *record = device_list_find_or_add(&run->devices, read.ip);
     if (record == nullptr)
         return;
 
     merge_numbers(record, read);
     if (asks_devices(slot) && !has_real_description(record))
-        desc_queue_add(target->queue, record->ip, target->scanner);
+        desc_queue_add(&run->queue, record->ip, run->settings.scanner ? 1 : 0);
 
     if (read.dsc == nullptr)
         return;
     if (read.dsc[0] != '\0')
-        merge_dsc(record, read.dsc, target->scanner);
+        merge_dsc(record, read.dsc, run->settings.scanner);
     merge_vendor(record, read);
 }
 
-void merge_desc_line(const merge_target *target, char *line, int slot)
+void merge_desc_line(parent_run *run, char *line, int slot)
 {
     description_line read;
     if (read_description_line(line, &read))
-        merge_description(target, read);
+        merge_description(run, read);
     else if (is_hex_line(line))
-        merge_hex_line(target, line, &target->slots[slot]);
+        merge_hex_line(run, line, &run->slots[slot]);
 }
 
 void finish_descriptions(device_list *devices)

@@ -1,8 +1,9 @@
 // The parent's loop: reads the children in turn until the last one has ended.
 #include "driver/merge_loop.h"
 
+#include "driver/child_process.h"
+#include "driver/merge.h"
 #include "driver/signals.h"
-#include "driver/slots.h"
 #include "driver/status_line.h"
 
 #include <algorithm>
@@ -60,9 +61,9 @@ bool has_work(const child_slot &slot)
 
 /// Sleeps until some child writes or ends, and reads what the child of slot `number` has written.
 /// Work that waits in any slot ends the wait at once: its turn comes in this pass or the next.
-void wait_for_output(const merge_target *target, int number)
+void wait_for_output(parent_run *run, int number)
 {
-    child_slot *slots = target->slots;
+    child_slot *slots = run->slots;
     // Only open streams: the system refuses more entries than the process may have descriptors.
     struct pollfd streams[CHILD_SLOT_COUNT];
     nfds_t count = 0;
@@ -75,7 +76,7 @@ void wait_for_output(const merge_target *target, int number)
         streams[count++] = {fileno(slots[i].stream), POLLIN, 0};
     }
     const bool waits = std::none_of(slots, slots + CHILD_SLOT_COUNT, has_work);
-    const int64_t refresh_us = show_status(target);
+    const int64_t refresh_us = show_status(run);
     if (poll_until_interrupted(streams, count, waits ? refresh_us : 0) > 0 && own != nullptr &&
         own->revents != 0)
         read_output(&slots[number]);
@@ -92,23 +93,23 @@ void close_ended(child_slot *slot, int number)
 
 /// Visits every slot once. Returns whether another pass is needed: a child that ended makes one,
 /// before the later slots are looked at, so that its slot is used again at once.
-bool run_pass(const merge_target *target)
+bool run_pass(parent_run *run)
 {
     bool active = false;
     for (int i = 0; i < CHILD_SLOT_COUNT; ++i) {
-        child_slot *slot = &target->slots[i];
+        child_slot *slot = &run->slots[i];
         if (slot->stream == nullptr)
             continue;
         active = true;
         if (!has_work(*slot))
-            wait_for_output(target, i);
+            wait_for_output(run, i);
         char line[PIPE_LINE_SIZE];
         if (take_line(slot, line)) {
-            if (target->debug_level > 0)
+            if (run->settings.debug_level > 0)
                 make_way_for_output();
-            if (target->debug_level > 1)
+            if (run->settings.debug_level > 1)
                 printf("[%d]LINE: %s", i, line);
-            merge_line(target, line, i);
+            merge_line(run, line, i);
         } else if (slot->at_end != 0) {
             close_ended(slot, i);
             return true;
@@ -119,10 +120,10 @@ bool run_pass(const merge_target *target)
 
 } // namespace
 
-void merge_child_output(const merge_target *target, const char *program, bool quick)
+void merge_child_output(parent_run *run)
 {
     do {
-        start_desc_children(target->queue, target->slots, program, quick);
-    } while (run_pass(target) && interrupted_by() == 0);
+        start_desc_children(run);
+    } while (run_pass(run) && interrupted_by() == 0);
     erase_status();
 }

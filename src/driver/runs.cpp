@@ -2,15 +2,14 @@
 #include "driver/runs.h"
 
 #include "driver/child_process.h"
-#include "driver/desc_queue.h"
 #include "driver/help.h"
 #include "driver/lines.h"
 #include "driver/merge.h"
 #include "driver/merge_loop.h"
 #include "driver/method.h"
+#include "driver/parent_run.h"
 #include "driver/report.h"
 #include "driver/signals.h"
-#include "driver/slots.h"
 #include "log/log.h"
 #include "log/timestamp.h"
 #include "records/device_list.h"
@@ -52,11 +51,11 @@ int end_run(const run_settings &settings, device_list *devices, time_t *start_ti
     return listed;
 }
 
-void end_when_interrupted(child_slot *slots)
+void end_when_interrupted(const parent_run *run)
 {
     if (interrupted_by() == 0)
         return;
-    kill_children(slots);
+    kill_children(run);
     end_by_signal(interrupted_by());
 }
 
@@ -64,30 +63,27 @@ void end_when_interrupted(child_slot *slots)
 
 int run_parent(const run_settings &settings)
 {
-    device_list devices;
+    static parent_run run;
+    run.settings = settings;
     time_t start_time = 0;
     explain_arguments(settings);
-    begin_run(settings, &devices, &start_time);
+    begin_run(settings, &run.devices, &start_time);
     open_process_log("devscout");
     catch_interruptions();
 
-    static child_slot slots[CHILD_SLOT_COUNT];
-    desc_queue queue;
-    list_init(&queue);
+    list_init(&run.queue);
     for (size_t i = 0; i < METHOD_COUNT; ++i) {
         if (settings.methods[i])
-            run_child_process(slots, METHODS[i].slot, settings.program, METHODS[i].word);
+            run_child_process(&run, METHODS[i]);
     }
-    const merge_target target = {&devices, &queue, slots, settings.scanner ? 1 : 0,
-                                 settings.debug_level};
-    merge_child_output(&target, settings.program, settings.quick);
-    end_when_interrupted(slots);
-    list_free(&queue);
-    finish_descriptions(&devices);
+    merge_child_output(&run);
+    end_when_interrupted(&run);
+    list_free(&run.queue);
+    finish_descriptions(&run.devices);
 
-    const int listed = end_run(settings, &devices, &start_time);
+    const int listed = end_run(settings, &run.devices, &start_time);
     fflush(stdout);
-    end_when_interrupted(slots);
+    end_when_interrupted(&run);
     if (listed == 0)
         explain_empty_report(settings);
     return EXIT_SUCCESS;

@@ -2,7 +2,6 @@
 #include "driver/status_line.h"
 
 #include "config/text.h"
-#include "driver/slots.h"
 #include "io/wait.h"
 
 #include <algorithm>
@@ -63,10 +62,10 @@ bool write_status(const char *status)
     return true;
 }
 
-int count_devices(const merge_target *target)
+int count_devices(const parent_run *run)
 {
     int count = 0;
-    for (const list_node *node = *target->devices; node != nullptr; node = node->next) {
+    for (const list_node *node = run->devices; node != nullptr; node = node->next) {
         const auto *record = static_cast<const device_record *>(node->data);
         count += record->scan_info[0] != UNREACHABLE_MARK ? 1 : 0;
     }
@@ -74,23 +73,22 @@ int count_devices(const merge_target *target)
 }
 
 /// Queued addresses whose child has not ended yet.
-int count_requests(const merge_target *target)
+int count_requests(const parent_run *run)
 {
     int count = 0;
-    for (const list_node *node = *target->queue; node != nullptr; node = node->next)
+    for (const list_node *node = run->queue; node != nullptr; node = node->next)
         count += static_cast<const desc_request *>(node->data)->started == 0 ? 1 : 0;
-    for (int i = 0; i < CHILD_SLOT_COUNT; ++i) {
-        const child_slot &slot = target->slots[i];
+    for (const child_slot &slot : run->slots) {
         count += slot.stream != nullptr && slot.target_ip[0] != '\0' ? 1 : 0;
     }
     return count;
 }
 
-void compose_status(const merge_target *target, char *status, size_t size)
+void compose_status(const parent_run *run, char *status, size_t size)
 {
     status[0] = '\0';
     for (int i = 0; i < CHILD_SLOT_COUNT; ++i) {
-        const child_slot &slot = target->slots[i];
+        const child_slot &slot = run->slots[i];
         const size_t found_by = slot_method(i);
         if (slot.stream == nullptr || slot.target_ip[0] != '\0' || found_by == METHOD_COUNT)
             continue;
@@ -98,21 +96,21 @@ void compose_status(const merge_target *target, char *status, size_t size)
         append_text(status, " ", size);
     }
     char counts[64];
-    const int devices = count_devices(target);
+    const int devices = count_devices(run);
     snprintf(counts, sizeof counts, "%s%d device%s", status[0] != '\0' ? " " : "", devices,
              devices == 1 ? "" : "s");
     append_text(status, counts, size);
-    const int requests = count_requests(target);
+    const int requests = count_requests(run);
     if (requests > 0) {
         snprintf(counts, sizeof counts, "  %d to %s", requests,
-                 target->scanner != 0 ? "inquire" : "describe");
+                 run->settings.scanner ? "inquire" : "describe");
         append_text(status, counts, size);
     }
 }
 
 } // namespace
 
-int64_t show_status(const merge_target *target)
+int64_t show_status(const parent_run *run)
 {
     static const bool at_terminal = isatty(STDERR_FILENO) != 0;
     if (!at_terminal)
@@ -121,7 +119,7 @@ int64_t show_status(const merge_target *target)
     if (now < next_refresh_us)
         return next_refresh_us - now;
     char status[STATUS_SIZE];
-    compose_status(target, status, std::min(sizeof status, status_width() + 1));
+    compose_status(run, status, std::min(sizeof status, status_width() + 1));
     if (strcmp(status, shown) == 0)
         return -1;
     if (!has_terminal()) {

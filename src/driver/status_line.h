@@ -1,7 +1,7 @@
 // The line that tells how far a parent is: on standard error, where that is a terminal.
 #pragma once
 
-#include "driver/merge.h"
+#include "driver/parent_run.h"
 
 #include <cstdint>
 
@@ -9,7 +9,7 @@
 /// descriptions or inquiries still to come. Where nothing has changed, where standard error is no
 /// terminal, and in the background nothing is written. Returns the microseconds after which it
 /// wants to be called again, because a change has come too early to be shown; -1: there is none.
-int64_t show_status(const merge_target *target);
+int64_t show_status(const parent_run *run);
 
 /// Erases the status line. The next call of `show_status` writes it again.
 void erase_status();

@@ -21,13 +21,13 @@ struct timespec timespec_of(int64_t us)
             static_cast<long>(us % MICROSECONDS_PER_SECOND * 1000)};
 }
 
-int wait_for(int fd, short events, int64_t timeout_us)
+int wait_or_end(int fd, short events, int64_t timeout_us)
 {
     struct pollfd waited = {fd, events, 0};
-    return wait_for_any(&waited, 1, timeout_us);
+    return wait_or_end_any(&waited, 1, timeout_us);
 }
 
-int wait_for_any(struct pollfd *waited, size_t count, int64_t timeout_us)
+int wait_or_end_any(struct pollfd *waited, size_t count, int64_t timeout_us)
 {
     if (timeout_us < 0)
         timeout_us = 0;

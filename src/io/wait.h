@@ -18,12 +18,13 @@ struct timespec timespec_of(int64_t us);
 
 /// Waits at most `timeout_us` microseconds (0 or less: not at all) until `fd` shows one of
 /// `events` (POLLIN, POLLOUT) or is closed or broken, so that the next read or write returns at
-/// once. Returns 1 when it does, 0 when the time is over, -1 when the wait failed (`errno`).
-/// Any descriptor number will do. Ends the process as soon as nobody reads its output any more.
-int wait_for(int fd, short events, int64_t timeout_us);
+/// once; ends the process as soon as nobody reads its output any more. Returns 1 when `fd` is
+/// ready, 0 when the time is over, -1 when the wait failed (`errno`). Any descriptor number will
+/// do.
+int wait_or_end(int fd, short events, int64_t timeout_us);
 
 constexpr size_t WAITED_MAX = 4;
 
 /// The same for `count` descriptors, at most WAITED_MAX, each with its events: any of them ends
 /// the wait, and their `revents` are filled in. Negative ones are passed over.
-int wait_for_any(struct pollfd *waited, size_t count, int64_t timeout_us);
+int wait_or_end_any(struct pollfd *waited, size_t count, int64_t timeout_us);

@@ -43,15 +43,6 @@ field_pair other_scopes(const netinterface_info &interface, const char *ip)
     return {interface.inet6_link_addr, interface.inet6_site_addr};
 }
 
-/// Adds or updates the record of `ip` with what the completion carries over from `source`.
-void copy_to(const char *ip, const device_record &source, device_list *devices)
-{
-    add_derived_record(
-        ip, source.dsc, source.vendor,
-        {source.snmp_detected, source.snmp_devtype, source.snmp_description, source.snmp_reserved},
-        devices);
-}
-
 /// The interface with the index behind the "%" of an address text, or nullptr.
 const netinterface_info *find_interface_by_zone(list_node *interfaces, const char *ip)
 {
@@ -81,7 +72,7 @@ void derive_from_record(const device_record *record, list_node *interfaces, devi
     for (const char *prefix_source : {fields.first, fields.second}) {
         char combined[COMBINED_SIZE];
         combine_ipv6_address(combined, sizeof combined, prefix_source, ip);
-        copy_to(combined, *record, derived);
+        add_derived_record(combined, *record, derived);
     }
 }
 
@@ -110,7 +101,7 @@ void derive_ipv6_addresses_on(device_list *devices, list_node *interfaces)
     list_remove_if(devices, is_ipv6_record);
     for (const list_node *node = derived; node != nullptr; node = node->next) {
         const auto *record = static_cast<const device_record *>(node->data);
-        copy_to(record->ip, *record, devices);
+        add_derived_record(record->ip, *record, devices);
     }
     list_free(&derived);
 }
@@ -165,18 +156,20 @@ void combine_ipv6_address(char *output, size_t size, const char *prefix_source,
         output[0] = '\0';
 }
 
-void add_derived_record(const char *ip, const char *dsc, const char *vendor, const snmp_bytes &snmp,
-                        device_list *devices)
+void add_derived_record(const char *ip, const device_record &source, device_list *devices)
 {
     if (ip == nullptr || ip[0] == '\0')
         return;
     device_record *record = device_list_find_or_add(devices, ip);
     if (record == nullptr)
         return;
-    safe_strncpy(record->dsc, dsc, sizeof record->dsc);
-    safe_strncpy(record->vendor, vendor, sizeof record->vendor);
-    record->snmp_detected = snmp.detected;
-    record->snmp_devtype = snmp.devtype;
-    record->snmp_description = snmp.description;
-    record->snmp_reserved = snmp.reserved;
+    device_record completed = source;
+    memcpy(completed.ip, record->ip, sizeof completed.ip);
+    // The other methods have seen the device under the address that it answered from.
+    completed.record_state = 0;
+    completed.slp_detected = completed.slp_ipp = completed.slp_lpr = completed.slp_raw_tcp = 0;
+    completed.nodeq_detected = 0;
+    completed.nodeq_text_a[0] = completed.nodeq_text_b[0] = '\0';
+    completed.scan_info[0] = 0;
+    *record = completed;
 }

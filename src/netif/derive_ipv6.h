@@ -36,15 +36,6 @@ int ipv6_prefix64(const char *address, uint8_t (&prefix)[IPV6_PREFIX_SIZE]);
 void combine_ipv6_address(char *output, size_t size, const char *prefix_source,
                           const char *identifier_source);
 
-/// The four SNMP bytes of a record, which travel together.
-struct snmp_bytes {
-    uint8_t detected;
-    uint8_t devtype;
-    uint8_t description;
-    uint8_t reserved;
-};
-
-/// Finds or adds `ip` in the list and sets its description (cut to 95 characters), vendor (cut to
-/// 31) and SNMP bytes. An empty or missing `ip` does nothing.
-void add_derived_record(const char *ip, const char *dsc, const char *vendor, const snmp_bytes &snmp,
-                        device_list *devices);
+/// Finds or adds `ip` in the list and makes its record a copy of `source`, but for the address and
+/// for what SLP, nodeq and the parent note in a record. An empty or missing `ip` does nothing.
+void add_derived_record(const char *ip, const device_record &source, device_list *devices);

@@ -106,7 +106,7 @@ int nodeq_send_request(int socket_fd)
 int nodeq_collect_answers(device_list *devices, int socket_fd)
 {
     for (int datagrams = 0; datagrams < MAX_DATAGRAMS; ++datagrams) {
-        const int ready = wait_for(socket_fd, POLLIN, QUIET_TIME_US);
+        const int ready = wait_or_end(socket_fd, POLLIN, QUIET_TIME_US);
         if (ready == 0)
             return 0;
         if (ready < 0) {

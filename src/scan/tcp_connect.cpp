@@ -76,7 +76,8 @@ int wait_for_attempts(int socket_fd, const struct sockaddr_in &address)
                 further[i].reset();
             waited[i] = {further[i].fd, POLLOUT, 0};
         }
-        const int ready = wait_for_any(waited, i + 1, start + ATTEMPT_ENDS_US[i] - monotonic_us());
+        const int ready =
+            wait_or_end_any(waited, i + 1, start + ATTEMPT_ENDS_US[i] - monotonic_us());
         if (ready != 0)
             return ready > 0 ? 1 : 0;
     }
@@ -102,7 +103,7 @@ int tcp_connect_timeout(const char *host, uint16_t port, int debug_level)
 int wait_with_times(int socket_fd, short events, const char *what, int debug_level)
 {
     print_time("before", what, debug_level);
-    const int ready = wait_for(socket_fd, events, WAIT_US);
+    const int ready = wait_or_end(socket_fd, events, WAIT_US);
     print_time(" after", what, debug_level);
     return ready > 0 ? 1 : 0;
 }

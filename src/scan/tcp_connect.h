@@ -1,4 +1,5 @@
-// TCP connection attempts that take 0.2 s at most.
+// TCP connection attempts that take 0.2 s at most. Their waits end the process as soon as nobody
+// reads its output any more: they are for children.
 #pragma once
 
 #include <cstdint>

@@ -22,7 +22,7 @@ constexpr int SOCKET_FLAGS = SOCK_CLOEXEC | SOCK_NONBLOCK;
 int wait_until(int fd, short events, int64_t deadline_us)
 {
     for (;;) {
-        const int ready = wait_for(fd, events, deadline_us - monotonic_us());
+        const int ready = wait_or_end(fd, events, deadline_us - monotonic_us());
         if (ready >= 0 || errno != EINTR)
             return ready;
     }
