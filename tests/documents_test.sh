@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Compares the options and keys that the program and the lab read with those that their documents,
-# the usage and the completion for bash name, and the README's report with the manual's. SOURCE comes
-# from CTest.
+# Compares the options, ports and keys that the program and the lab read with those that their
+# documents, the rules for firewalls and the completion for bash name, and the README's report with the
+# manual's. SOURCE comes from CTest.
 set -euo pipefail
 cd "$SOURCE"
 
@@ -25,20 +25,40 @@ manual_names() # FILE
 table_keys() { sed -nE 's/^ *\{"([A-Za-z0-9_.]+)=?", *.*/\1/p' "$@"; }
 
 # One option in each line; what is attached to a letter, such as a level, is cut off.
-options() { grep -oE -- '--?[A-Za-z0-9]+' | sed -E 's/^(-[A-Za-z])[A-Z]+$/\1/'; }
+options() { grep -oE -- '--?[A-Za-z0-9][A-Za-z0-9-]*=?' | sed -E 's/^(-[A-Za-z])[A-Z]+$/\1/'; }
+manual_options() { sed -nE '/^\.It Fl/ { s/^\.It//; s/ Ns =/=/g; s/ Ns [^,]*//g; s/Fl /-/gp }' | options; }
+rows() { sed -nE 's/^ *\{"(-[^"]+)", "([^"]*)", option_place::([a-z_]+),.*/\1 \3 \2/p' src/driver/options.h; }
+methods=$(tr -s '\n ' ' ' <src/driver/method.h |
+    grep -oE '\{"[a-z0-9]+", [0-9][^}]*AF_INET6?, [0-9]+,' |
+    sed -E 's/\{"([a-z0-9]+)".*AF_INET(6?), ([0-9]+),/--\1 IPv\2 \3/; s/v /v4 /')
 
-options_read=$({
-    grep -ohE '"--?[A-Za-z0-9]+"' src/driver/command_line.cpp src/driver/help.cpp
-    grep -oE "option == '.'" src/driver/command_line.cpp | sed -E "s/.*'(.)'/-\1/"
-    sed -nE 's/^ *\{"([a-z0-9]+)", [0-9].*/--\1/p' src/driver/method.h
-} | options)
-compare 'options in the usage' "$options_read" "$(grep -E '^ *"  -' src/driver/help.cpp | options)"
-compare 'options in the manual' "$options_read" \
-    "$(sed -n 's/^\.It Fl/Fl/p' share/man/man1/devscout.1 | sed 's/Fl /-/g' | options)"
+options_read=$(rows | cut -d' ' -f1; cut -d' ' -f1 <<<"$methods")
+compare 'options in the manual' "$options_read" "$(manual_options <share/man/man1/devscout.1)"
+compare 'leading options in the manual' "$(rows | grep -v among_methods | cut -d' ' -f1)" \
+    "$(sed -n '/^\.Ss Leading/,/^\.Ss Meth/p' share/man/man1/devscout.1 | manual_options)"
 # shellcheck disable=SC2016 # the backticks are the README's
 compare 'options in the README' "$options_read" "$(grep '^|' README.md | grep -oE '`-[^` ]+' | options)"
-compare 'options of the completion' "$options_read" \
-    "$(sed -n "/options='/,/'\$/p" share/bash-completion/completions/devscout | options)"
+compare 'leading options in the README' "$(rows | grep -v 'among\|ADDRESS' | cut -d' ' -f1)" \
+    "$(grep -oE '^Any argument besides [^.]* ends' README.md | options)"
+completion=share/bash-completion/completions/devscout
+compare 'options of the completion' "$options_read" "$(sed -n "/options='/,/'\$/p" $completion | options)"
+compare 'options with a value in the completion' "$(rows | sed -n 's/ [a-z_]*  .*//p')" \
+    "$(grep -E '^ +-[^)]*\)' $completion | cut -d')' -f1 | options)"
+
+# The methods' ports and families.
+ports=$(cut -d' ' -f3 <<<"$methods" | sort -nu)
+list=$(paste -sd, <<<"$ports" | sed 's/,/, /g')
+compare 'ports' "$ports" "$(grep -rhE '_PORT = [0-9]+;' src | grep -v INQUIRY | grep -oE '= [0-9]+' | tr -d '= ')"
+compare 'ports of firewalld' "$ports" "$(sed -nE 's/.*protocol="udp" port="([0-9]+)".*/\1/p' share/firewall/devscout.xml)"
+compare 'ports of nftables' "$list" "$(sed -nE 's/^udp sport \{ (.*) \} udp.*/\1/p' share/firewall/devscout.nft)"
+for place in share/man/man1/devscout.1 share/firewall/devscout.{nft,xml} src/driver/help.cpp README.md; do
+    tr '\n' ' ' <"$place" | grep -q "ports ${list%, *} and ${list##*, }[ :,\\]" ||
+        { echo "$place: the ports are not $list"; status=1; }
+done
+while read -r word family _; do
+    sed -n "/^\.It Fl $word\$/,/^\.It Fl/p" share/man/man1/devscout.1 | grep -q "$family" ||
+        { echo "the manual does not name the family of $word, $family"; status=1; }
+done <<<"${methods//--/-}"
 
 compare 'log configuration' "$(table_keys src/log/log.cpp)" \
     "$(sed -nE '/^\.Bl -tag -width "USE_TIMESTAMP"/,/^\.El/ s/^\.It Li //p' share/man/man1/devscout.1 |

@@ -98,7 +98,7 @@ TEST(Terminal, KeepsDebugLinesWholeOnTheSameTerminal)
 
 TEST(Terminal, TellsWhatArgumentsMeanAndWhyNothingWasListed)
 {
-    const std::string usage = "Usage: devscout ([^\n]*\n){1,23}See devscout.1..\n";
+    const std::string usage = "Usage: devscout ([^\n]*\n){1,40}See devscout.1..\n";
     const struct {
         arguments given;
         std::string expected; ///< on standard error

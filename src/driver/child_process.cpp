@@ -1,8 +1,8 @@
-// The parent's children: what is known of each, and the command lines that start them.
+// The parent's children: the command lines that start them, and their end.
 #include "driver/child_process.h"
 
-#include "config/community.h"
 #include "config/text.h"
+#include "driver/options.h"
 #include "io/process.h"
 #include "log/log.h"
 
@@ -61,6 +61,30 @@ void add_program(shell_command *command, const char *program)
         add_word(command, program);
 }
 
+/// The command line of a child of that kind, but for what it works on: argument 0 again, the
+/// options that such children are given, and the one that makes it such a child.
+shell_command child_command(const run_settings &settings, run_kind kind)
+{
+    shell_command command;
+    add_program(&command, settings.program);
+    for (const option &o : OPTIONS) {
+        const char *value = o.for_child != nullptr ? o.for_child(kind, settings) : nullptr;
+        if (value == nullptr)
+            continue;
+        add_text(&command, " ");
+        add_text(&command, o.word);
+        if (has_separate_value(o))
+            add_text(&command, " ");
+        if (has_value(o))
+            add_word(&command, value);
+    }
+    const char *own = " -s ";
+    if (kind != run_kind::child)
+        own = kind == run_kind::get_description ? " -R " : " -I ";
+    add_text(&command, own);
+    return command;
+}
+
 /// Starts the command with its output in the slot. Cut, a command would lose options and start a
 /// process of another kind, so one that is too long is not started.
 void start_child(child_slot *slot, const shell_command &command)
@@ -87,13 +111,8 @@ child_slot *free_desc_slot(parent_run *run)
 void run_child_process(parent_run *run, const method &started)
 {
     log_printf(LOG_LEVEL_TRACE, "TRACE: run_child_process <%s>\n", started.word);
-    shell_command command;
-    add_program(&command, run->settings.program);
-    if (strcmp(g_community_name, DEFAULT_COMMUNITY) != 0) {
-        add_text(&command, " -c ");
-        add_word(&command, g_community_name);
-    }
-    add_text(&command, " -s --");
+    shell_command command = child_command(run->settings, run_kind::child);
+    add_text(&command, "--");
     add_text(&command, started.word);
     log_printf(LOG_LEVEL_TRACE, "TRACE: run: <%s>\n", command.text);
     start_child(&run->slots[started.slot], command);
@@ -108,12 +127,9 @@ void start_desc_children(parent_run *run)
         child_slot *slot = free_desc_slot(run);
         if (slot == nullptr)
             return;
-        const char *option = " -I ";
-        if (request->describe != 0)
-            option = run->settings.quick ? " --quick -R " : " -R ";
-        shell_command command;
-        add_program(&command, run->settings.program);
-        add_text(&command, option);
+        shell_command command =
+            child_command(run->settings, request->describe != 0 ? run_kind::get_description
+                                                                : run_kind::scanner_inquiry);
         add_word(&command, request->ip);
         start_child(slot, command);
         safe_strncpy(slot->target_ip, request->ip, sizeof slot->target_ip);

@@ -1,9 +1,9 @@
 // The command line: which run the process makes, and its settings.
 #include "driver/command_line.h"
 
-#include "config/community.h"
 #include "config/text.h"
 #include "driver/method.h"
+#include "driver/options.h"
 
 #include <cstdio>
 #include <cstring>
@@ -11,62 +11,47 @@
 namespace
 {
 
-void select_default_methods(run_settings *settings)
-{
-    for (size_t i = 0; i < METHOD_COUNT; ++i)
-        settings->methods[i] = METHODS[i].by_default;
-}
+/// What an argument may mean: a method, or another option.
+struct argument_meaning {
+    const method *chosen = nullptr;
+    const option *given = nullptr;
+    size_t length = 0; ///< characters of its word
+};
 
-/// Reads the option of a method: the longest word that it begins with, so that "--snmp6" is not
-/// taken for "--snmp". Returns false for any other argument.
-bool read_method_option(const char *argument, run_settings *settings)
+/// The leading characters of an argument decide: the longest word that it begins with counts, so
+/// that "--snmp6" is not taken for "--snmp".
+argument_meaning find_meaning(const char *argument)
 {
-    if (!begins_with(argument, "--"))
-        return false;
-    size_t longest = 0;
-    size_t found = METHOD_COUNT;
-    for (size_t i = 0; i < METHOD_COUNT; ++i) {
-        const size_t length = strlen(METHODS[i].word);
-        if (length > longest && begins_with(argument + 2, METHODS[i].word)) {
-            longest = length;
-            found = i;
-        }
+    argument_meaning meaning;
+    for (const option &o : OPTIONS) {
+        const size_t length = strlen(o.word);
+        if (length > meaning.length && begins_with(argument, o.word))
+            meaning = {nullptr, &o, length};
     }
-    if (found == METHOD_COUNT)
-        return false;
-    settings->methods[found] = true;
-    printf("# Mode %s\n", METHODS[found].word);
-    return true;
+    if (!begins_with(argument, "--"))
+        return meaning;
+    for (const method &m : METHODS) {
+        const size_t length = strlen("--") + strlen(m.word);
+        if (length > meaning.length && begins_with(argument + strlen("--"), m.word))
+            meaning = {&m, nullptr, length};
+    }
+    return meaning;
 }
 
-/// Reads "-d" with its level attached. Returns false for a bare "-d" and any other argument.
-bool read_debug_option(const char *argument, run_settings *settings)
+/// Takes the option that stands first in `arguments`. Returns how many of them that took; 0 where
+/// it means nothing or lacks its value.
+int take_option(const argument_meaning &meaning, int count, char **arguments,
+                run_settings *settings)
 {
-    if (!begins_with(argument, "-d") || argument[2] == '\0')
-        return false;
-    settings->debug_level = decimal_value(argument + 2);
-    return true;
-}
-
-/// Looks at one argument of the mode scan; its leading characters alone decide. Returns whether it
-/// means anything.
-bool read_mode_argument(const char *argument, run_settings *settings)
-{
-    if (read_method_option(argument, settings))
-        return true;
-    if (begins_with(argument, "--scanner"))
-        settings->scanner = true;
-    else if (begins_with(argument, "--all"))
-        select_default_methods(settings);
-    else if (begins_with(argument, "--time"))
-        settings->time_marks = true;
-    else if (begins_with(argument, "--quick"))
-        settings->quick = true;
-    else if (begins_with(argument, "-s"))
-        settings->kind = run_kind::child;
-    else
-        return read_debug_option(argument, settings);
-    return true;
+    const option &given = *meaning.given;
+    const char *value = arguments[0] + meaning.length;
+    if (has_separate_value(given))
+        value = count > 1 ? arguments[1] : "";
+    const bool lacks_value = has_separate_value(given) ? count < 2 : *value == '\0';
+    if (given.take == nullptr || (has_value(given) && lacks_value))
+        return 0;
+    given.take(settings, value);
+    return has_separate_value(given) ? 2 : 1;
 }
 
 /// Reads the options before the modes. Returns the index of the first argument of the mode scan,
@@ -74,29 +59,40 @@ bool read_mode_argument(const char *argument, run_settings *settings)
 int read_leading_options(int argc, char **argv, run_settings *settings)
 {
     int i = 1;
-    while (i < argc && argv[i][0] == '-') {
-        const char option = argv[i][1];
-        const bool has_value = i + 1 < argc;
-        if (option == 'c' && has_value) {
-            g_community_name = argv[i + 1];
-            i += 2;
-        } else if ((option == 'R' || option == 'I') && has_value) {
-            settings->kind = option == 'R' ? run_kind::get_description : run_kind::scanner_inquiry;
-            settings->address = argv[i + 1];
-            return argc;
-        } else if (begins_with(argv[i], "--quick")) {
-            settings->quick = true;
-            ++i;
-        } else if (read_debug_option(argv[i], settings)) {
-            ++i;
-        } else {
+    while (i < argc && settings->address == nullptr) {
+        const argument_meaning meaning = find_meaning(argv[i]);
+        if (meaning.given == nullptr || meaning.given->place == option_place::among_methods)
             break;
-        }
+        const int taken = take_option(meaning, argc - i, argv + i, settings);
+        if (taken == 0)
+            break;
+        i += taken;
     }
     return i;
 }
 
+/// Looks at the first argument of the mode scan. Returns how many arguments that took; 0 where it
+/// means nothing here.
+int read_mode_argument(int count, char **arguments, run_settings *settings)
+{
+    const argument_meaning meaning = find_meaning(arguments[0]);
+    if (meaning.chosen != nullptr) {
+        settings->methods[meaning.chosen - METHODS] = true;
+        printf("# Mode %s\n", meaning.chosen->word);
+        return 1;
+    }
+    if (meaning.given == nullptr || meaning.given->place == option_place::before_methods)
+        return 0;
+    return take_option(meaning, count, arguments, settings);
+}
+
 } // namespace
+
+void select_default_methods(run_settings *settings)
+{
+    for (size_t i = 0; i < METHOD_COUNT; ++i)
+        settings->methods[i] = METHODS[i].by_default;
+}
 
 run_settings read_command_line(int argc, char **argv)
 {
@@ -110,9 +106,11 @@ run_settings read_command_line(int argc, char **argv)
         select_default_methods(&settings);
     char **const ignored = argv + i;
     settings.ignored = ignored;
-    for (; i < argc; ++i) {
-        if (!read_mode_argument(argv[i], &settings))
+    while (i < argc) {
+        const int taken = read_mode_argument(argc - i, argv + i, &settings);
+        if (taken == 0)
             ignored[settings.ignored_count++] = argv[i];
+        i += taken > 0 ? taken : 1;
     }
     return settings;
 }

@@ -23,6 +23,9 @@ struct run_settings {
     int ignored_count = 0;
 };
 
+/// Selects the methods of the default run, and no others.
+void select_default_methods(run_settings *settings);
+
 /// Reads the command line. Sets `g_community_name`, and prints each mode's line as its option is
 /// met. Unknown options and stray words are passed over; they move to the start of the mode scan in
 /// `argv`. The texts stay those of `argv`.

@@ -1,9 +1,10 @@
 // What a person at a terminal is told on standard error besides the report.
 #include "driver/help.h"
 
-#include "config/community.h"
 #include "config/printable.h"
 #include "config/text.h"
+#include "driver/method.h"
+#include "driver/options.h"
 #include "io/egress.h"
 #include "io/netlink.h"
 
@@ -21,29 +22,11 @@ namespace
 constexpr size_t ARGUMENT_SIZE = 256; ///< a longer argument is shown cut
 constexpr size_t NAMES_SIZE = 42;     ///< as many as one line of 80 columns shows
 
-constexpr char USAGE[] =
-    "Usage: devscout [-c COMMUNITY] [-dLEVEL] [METHOD...] [--scanner] [--quick]\n"
-    "                [--time] [-s]\n"
-    "       devscout [-c COMMUNITY] [-dLEVEL] [--quick] -R ADDRESS\n"
-    "       devscout [-dLEVEL] -I ADDRESS\n"
-    "Finds network printers and scanners and prints one line for each of them.\n"
-    "\n"
-    "  --snmp, --snmp6    method: SNMP over IPv4, over IPv6\n"
-    "  --slp              method: Service Location Protocol\n"
-    "  --nodeq, --nodeq6  method: nodeq over IPv4; --nodeq6 finds nothing\n"
-    "  --all              --snmp, --snmp6, --slp and --nodeq, as without any option\n"
-    "  --scanner          with SNMP: list the scanners instead of the printers\n"
-    "  --quick            describe faster, by the first answer of a device\n"
-    "  --time             print time marks\n"
-    "  -s                 run the methods in this process\n"
-    "  -R ADDRESS         describe one device\n"
-    "  -I ADDRESS         print the scanner inquiry block of one device\n"
-    "  -c COMMUNITY       SNMP community, before the methods (default: %s)\n"
-    "  -dLEVEL            debug level: from 1, 2 and 5 on more is printed\n"
-    "  -h, --help         print this text\n"
-    "  --version          print name and version\n"
-    "\n"
-    "See devscout(1).\n";
+constexpr char SYNOPSIS[] =
+    "Usage: devscout [OPTION...] [METHOD...]\n"
+    "       devscout [OPTION...] -R ADDRESS\n"
+    "       devscout [OPTION...] -I ADDRESS\n"
+    "Finds network printers and scanners and prints one line for each of them.\n";
 
 bool at_terminal()
 {
@@ -65,6 +48,33 @@ template<typename Kind>
 bool is_asked(const run_settings &settings, Kind is_kind)
 {
     return std::any_of(settings.ignored, settings.ignored + settings.ignored_count, is_kind);
+}
+
+void print_usage_line(const char *dashes, const char *word, const char *value, const char *help)
+{
+    const int width = 18 - static_cast<int>(strlen(dashes) + strlen(word));
+    fprintf(stderr, "  %s%s%-*s %s\n", dashes, word, width, value, help);
+}
+
+void print_options(const char *heading, option_place place)
+{
+    fprintf(stderr, "\n%s:\n", heading);
+    for (const option &o : OPTIONS) {
+        if (o.place == place)
+            print_usage_line("", o.word, o.value, o.help);
+    }
+}
+
+void print_usage()
+{
+    fputs(SYNOPSIS, stderr);
+    print_options("Before the methods", option_place::before_methods);
+    print_options("Before or among the methods", option_place::anywhere);
+    fputs("\nMethods:\n", stderr);
+    for (const method &m : METHODS)
+        print_usage_line("--", m.word, "", m.help);
+    print_options("Among the methods", option_place::among_methods);
+    fputs("\nSee devscout(1).\n", stderr);
 }
 
 void explain_ignored(const char *argument)
@@ -93,9 +103,10 @@ interface_set asked_interfaces(const run_settings &settings)
 {
     interface_set found = {};
     for (size_t i = 0; i < METHOD_COUNT; ++i) {
+        const method &m = METHODS[i];
         if (!settings.methods[i])
             continue;
-        const bool ipv6 = METHODS[i].target == IPV6_TARGET;
+        const bool ipv6 = m.family == AF_INET6;
         if (!ipv6)
             add_interface(&found, route_interface({INADDR_BROADCAST}));
         const egress_plan plan = ipv6 ? plan_multicast() : plan_broadcast();
@@ -134,7 +145,7 @@ void explain_arguments(const run_settings &settings)
     if (is_asked(settings, is_version_option))
         fputs("devscout " DEVSCOUT_VERSION "\n", stderr);
     if (is_asked(settings, is_help_option))
-        fprintf(stderr, USAGE, DEFAULT_COMMUNITY);
+        print_usage();
 }
 
 void explain_empty_report(const run_settings &settings)

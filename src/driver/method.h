@@ -7,7 +7,9 @@
 #include "snmp/snmp_discovery.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <iterator>
+#include <sys/socket.h>
 
 struct method {
     const char *word;     ///< "--WORD" selects the method, "# Mode WORD" names it
@@ -18,6 +20,9 @@ struct method {
     int (*discover)(device_list *devices, const char *target);
     const char *target; ///< handed to `discover`
     const char *mark;   ///< label of the time mark after it
+    int family;       ///< AF_INET: asks by broadcast, or by IPv4 multicast; AF_INET6: by multicast
+    uint16_t port;    ///< UDP: the devices answer from it, and firewalls must let that in
+    const char *help; ///< its line of the usage, below 60 characters
 };
 
 inline constexpr char IPV4_TARGET[] = "255.255.255.255";
@@ -32,14 +37,15 @@ inline int discover_by_slp(device_list *devices, const char *)
 /// In the order in which they run and are started.
 inline constexpr method METHODS[] = {
     {"nodeq", 3, true, false, nullptr, discover_using_nodeq, IPV4_TARGET,
-     "after discover_using_nodeq"},
+     "after discover_using_nodeq", AF_INET, 6000, "nodeq"},
     {"nodeq6", 4, false, false, nullptr, discover_using_nodeq, IPV6_TARGET,
-     "after discover_using_nodeq6"},
-    {"slp", 2, true, false, nullptr, discover_by_slp, nullptr, "after discover_using_slp"},
+     "after discover_using_nodeq6", AF_INET6, 6000, "finds nothing: nodeq has no IPv6"},
+    {"slp", 2, true, false, nullptr, discover_by_slp, nullptr, "after discover_using_slp", AF_INET,
+     427, "Service Location Protocol"},
     {"snmp", 0, true, true, "devscout_snmp", discover_using_netsnmp, IPV4_TARGET,
-     "after discover_using_netsnmp"},
+     "after discover_using_netsnmp", AF_INET, 161, "SNMP over IPv4"},
     {"snmp6", 1, true, true, "devscout_snmp6", discover_using_netsnmp, IPV6_TARGET,
-     "after discover_using_netsnmp6"},
+     "after discover_using_netsnmp6", AF_INET6, 161, "SNMP over IPv6"},
 };
 
 constexpr size_t METHOD_COUNT = std::size(METHODS);

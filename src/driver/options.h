@@ -1,0 +1,83 @@
+// The options besides those of the methods (`driver/method.h`). A further option is one more row
+// here: the command line, the usage and the command lines of children read it.
+#pragma once
+
+#include "config/community.h"
+#include "config/text.h"
+#include "driver/command_line.h"
+
+#include <cstring>
+
+enum class option_place {
+    before_methods,
+    among_methods, ///< ends the options before the methods, as a method does
+    anywhere,
+};
+
+struct option {
+    const char *word;  ///< an argument that begins with it is the option; the longest word counts
+    const char *value; ///< "": none; "NAME": must follow the word at once; " NAME": next argument
+    option_place place;
+    const char *help; ///< its line of the usage, below 60 characters
+    /// Notes that the option was given; nullptr: it counts as unknown.
+    void (*take)(run_settings *settings, const char *value);
+    /// What a child of that kind is given behind the word, "" where it has no value; nullptr: it
+    /// is started without the option, as all are where this is none.
+    const char *(*for_child)(run_kind child, const run_settings &settings);
+};
+
+/// In the order of the usage, and of the words that a child is given.
+inline constexpr option OPTIONS[] = {
+    {"-c", " COMMUNITY", option_place::before_methods, "SNMP community (default: vesper)",
+     [](run_settings *, const char *value) { g_community_name = value; },
+     [](run_kind child, const run_settings &) {
+         const bool given = strcmp(g_community_name, DEFAULT_COMMUNITY) != 0;
+         return given && child == run_kind::child ? g_community_name : nullptr;
+     }},
+    {"-d", "LEVEL", option_place::anywhere, "debug level: from 1, 2 and 5 on more is printed",
+     [](run_settings *settings, const char *value) {
+         settings->debug_level = decimal_value(value);
+     },
+     nullptr},
+    {"--quick", "", option_place::anywhere, "describe faster, by the first answer of a device",
+     [](run_settings *settings, const char *) { settings->quick = true; },
+     [](run_kind child, const run_settings &settings) {
+         return settings.quick && child == run_kind::get_description ? "" : nullptr;
+     }},
+    {"--all", "", option_place::among_methods, "all methods but --nodeq6, as without any option",
+     [](run_settings *settings, const char *) { select_default_methods(settings); }, nullptr},
+    {"--scanner", "", option_place::among_methods,
+     "with SNMP: list the scanners instead of the printers",
+     [](run_settings *settings, const char *) { settings->scanner = true; }, nullptr},
+    {"--time", "", option_place::among_methods, "print time marks",
+     [](run_settings *settings, const char *) { settings->time_marks = true; }, nullptr},
+    {"-s", "", option_place::among_methods, "run the methods in this process",
+     [](run_settings *settings, const char *) { settings->kind = run_kind::child; }, nullptr},
+    {"-R", " ADDRESS", option_place::before_methods, "describe one device",
+     [](run_settings *settings, const char *value) {
+         settings->kind = run_kind::get_description;
+         settings->address = value;
+     },
+     nullptr},
+    {"-I", " ADDRESS", option_place::before_methods,
+     "print the scanner inquiry block of one device",
+     [](run_settings *settings, const char *value) {
+         settings->kind = run_kind::scanner_inquiry;
+         settings->address = value;
+     },
+     nullptr},
+    {"--help", "", option_place::among_methods, "print this text", nullptr, nullptr},
+    {"-h", "", option_place::among_methods, "the same", nullptr, nullptr},
+    {"--version", "", option_place::among_methods, "print name and version", nullptr, nullptr},
+};
+
+constexpr bool has_value(const option &o)
+{
+    return o.value[0] != '\0';
+}
+
+/// Whether the value is the next argument.
+constexpr bool has_separate_value(const option &o)
+{
+    return o.value[0] == ' ';
+}
