@@ -2,6 +2,7 @@
 #include "bound_socket.h"
 #include "capture.h"
 #include "io/wait.h"
+#include "scan/probe.h"
 #include "scan/tcp_connect.h"
 
 #include <gmock/gmock.h>
@@ -51,6 +52,27 @@ TEST(Probe, CountsAnAnswerOrARefusalAtOnce)
     EXPECT_EQ(probe_reachable(HOST, refusing, 0), 1);
     EXPECT_EQ(probe_reachable("fe80::1", refusing, 0), 1);
     EXPECT_EQ(probe_reachable("", refusing, 0), 0);
+}
+
+TEST(Probe, CountsWhatHasArrivedHoweverLateItIsSeen)
+{
+    const listener device(8);
+    const listener full(0);
+    const descriptor first(tcp_connect_timeout(HOST, full.port, 0));
+    const struct in_addr host = {htonl(INADDR_LOOPBACK)};
+    probe answered;
+    probe silent;
+    ASSERT_EQ(begin_probe(&answered, host, device.port), probe_state::waiting);
+    ASSERT_EQ(begin_probe(&silent, host, full.port), probe_state::waiting);
+    EXPECT_EQ(step_probe(&silent), probe_state::waiting) << "before the next attempt is due";
+    EXPECT_EQ(silent.attempts, 1U);
+    wait_or_end(-1, 0, TCP_WAIT_US + 1);
+    EXPECT_EQ(step_probe(&answered), probe_state::reachable);
+    for (size_t attempts = 2; attempts <= 3; ++attempts) {
+        EXPECT_EQ(step_probe(&silent), probe_state::waiting);
+        EXPECT_EQ(silent.attempts, attempts);
+    }
+    EXPECT_EQ(step_probe(&silent), probe_state::unreachable);
 }
 
 TEST(Probe, WaitsForASilentDeviceAndTriesAgain)

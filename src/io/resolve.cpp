@@ -1,6 +1,7 @@
 // Host names to addresses.
 #include "io/resolve.h"
 
+#include <arpa/inet.h>
 #include <cstring>
 #include <netdb.h>
 #include <sys/socket.h>
@@ -13,4 +14,9 @@ int resolve_ipv4(const char *host, struct in_addr *address)
         return -1;
     memcpy(address, found->h_addr_list[0], sizeof *address);
     return 0;
+}
+
+int find_ipv4(const char *host, struct in_addr *address)
+{
+    return inet_aton(host, address) != 0 ? 0 : resolve_ipv4(host, address);
 }

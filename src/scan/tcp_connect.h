@@ -2,7 +2,19 @@
 // reads its output any more: they are for children.
 #pragma once
 
+#include "io/wait.h"
+
 #include <cstdint>
+
+struct sockaddr_in;
+
+constexpr int64_t TCP_WAIT_US = 200 * MICROSECONDS_PER_MILLISECOND;
+
+/// Returns a non-blocking TCP socket, or -1.
+int open_tcp_socket();
+
+/// Begins a connection. Returns 0 when it stands at once, else -1 (`errno`).
+int begin_tcp_connection(int socket_fd, const struct sockaddr_in &address);
 
 /// Connects to a dotted IPv4 address or a host name. Returns a socket, non-blocking, which the
 /// caller closes; a refusal within the time counts as a connection. Returns -1 when the host is
