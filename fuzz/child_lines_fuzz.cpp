@@ -58,5 +58,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         matched(ANY_LINE, line);
     list_free(&run.devices);
     list_free(&run.queue);
+    run.device_index = {};
+    run.queue_index = {};
     return 0;
 }

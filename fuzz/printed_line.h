@@ -146,5 +146,7 @@ inline void carry_to_report(device_list *heard, int slot, const std::string &des
         require(known.count(matched(REPORT_LINE, line)) == 1, "an address that was heard", line);
     list_free(&run.devices);
     list_free(&run.queue);
+    run.device_index = {};
+    run.queue_index = {};
     list_free(heard);
 }

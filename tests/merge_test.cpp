@@ -20,7 +20,7 @@ constexpr int DESC_SLOT = 5;
 /// A parent's lists and slots, without children. It knows one device already.
 struct parent {
     parent_run run = {};
-    device_record *known = device_list_find_or_add(&run.devices, "a");
+    device_record *known = device_list_find_or_add(&run.devices, "a", &run.device_index);
 
     explicit parent(const std::string &dsc)
     {
@@ -201,9 +201,22 @@ TEST(MergeDescription, TakesATextWhereNoneIsRealAndMarksTheUnreachable)
 TEST(DeviceList, FindsExactTextsAloneAndNoneThatItCuts)
 {
     const std::string x39(39, 'x');
-    test_list devices;
-    for (const std::string &ip : {std::string("fe80::A"), std::string("fe80::a"), x39 + "x",
-                                  x39 + "x", std::string("fe80::A"), x39})
-        devices.device(ip);
-    EXPECT_EQ(joined(devices.head, ip_of), "fe80::A fe80::a " + x39 + " " + x39);
+    for (const bool indexed : {false, true}) {
+        test_list devices;
+        address_index index = {};
+        const auto add = [&](const std::string &ip) {
+            return device_list_find_or_add(&devices.head, ip.c_str(), indexed ? &index : nullptr);
+        };
+        const device_record *cut = add(x39 + "x");
+        for (const std::string &ip :
+             {std::string("fe80::A"), std::string("fe80::a"), x39 + "x", std::string("fe80::A")})
+            add(ip);
+        EXPECT_EQ(add(x39), cut) << "the first of the same key";
+        std::string expected = x39 + " fe80::A fe80::a " + x39;
+        for (int i = 0; i < 3000; ++i) // some share a bucket
+            expected += " " + std::string(add(std::to_string(i))->ip);
+        for (int i = 0; i < 3000; ++i)
+            add(std::to_string(i));
+        EXPECT_EQ(joined(devices.head, ip_of), expected);
+    }
 }

@@ -120,10 +120,9 @@ void run_child_process(parent_run *run, const method &started)
 
 void start_desc_children(parent_run *run)
 {
-    for (list_node *node = run->queue; node != nullptr; node = node->next) {
+    list_node *node = run->last_started == nullptr ? run->queue : run->last_started->next;
+    for (; node != nullptr; node = node->next) {
         auto *request = static_cast<desc_request *>(node->data);
-        if (request->started != 0)
-            continue;
         child_slot *slot = free_desc_slot(run);
         if (slot == nullptr)
             return;
@@ -134,6 +133,7 @@ void start_desc_children(parent_run *run)
         start_child(slot, command);
         safe_strncpy(slot->target_ip, request->ip, sizeof slot->target_ip);
         request->started = 1;
+        run->last_started = node;
     }
 }
 

@@ -19,4 +19,4 @@ using desc_queue = list_node *;
 /// Returns the entry whose `ip` equals `ip`, its flags untouched, adding one at the tail when
 /// there is none: a scanner inquiry when `scanner` is nonzero, else a description. The queue owns
 /// the entry. Returns nullptr, after a message on standard output, when there is no memory.
-desc_request *desc_queue_add(desc_queue *queue, const char *ip, int scanner);
+desc_request *desc_queue_add(desc_queue *queue, address_index *index, const char *ip, int scanner);

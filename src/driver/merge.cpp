@@ -81,7 +81,7 @@ void take_description(device_record *record, const char *text)
 
 void merge_description(parent_run *run, const description_line &line)
 {
-    device_record *record = device_list_find_or_add(&run->devices, line.ip);
+    device_record *record = device_list_find_or_add(&run->devices, line.ip, &run->device_index);
     if (record == nullptr)
         return;
     if (run->settings.debug_level > 0) {
@@ -101,7 +101,8 @@ void merge_hex_line(parent_run *run, const char *line, child_slot *slot)
     const auto number = static_cast<size_t>(slot->hex_lines++);
     if (number >= BLOCK_LINES)
         return;
-    device_record *record = device_list_find_or_add(&run->devices, slot->target_ip);
+    device_record *record =
+        device_list_find_or_add(&run->devices, slot->target_ip, &run->device_index);
     if (record != nullptr) {
         const size_t offset = HEX_LINE_BYTES * number;
         const size_t room = sizeof record->scan_info - offset;
@@ -124,13 +125,13 @@ void merge_discovery_line(parent_run *run, char *line, int slot)
     device_line read;
     if (!read_device_line(line, &read))
         return;
-    device_record *record = device_list_find_or_add(&run->devices, read.ip);
+    device_record *record = device_list_find_or_add(&run->devices, read.ip, &run->device_index);
     if (record == nullptr)
         return;
 
     merge_numbers(record, read);
     if (asks_devices(slot) && !has_real_description(record))
-        desc_queue_add(&run->queue, record->ip, run->settings.scanner ? 1 : 0);
+        desc_queue_add(&run->queue, &run->queue_index, record->ip, run->settings.scanner ? 1 : 0);
 
     if (read.dsc == nullptr)
         return;

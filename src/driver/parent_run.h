@@ -5,6 +5,7 @@
 #include "driver/desc_queue.h"
 #include "driver/lines.h"
 #include "driver/slots.h"
+#include "records/address_list.h"
 #include "records/device_list.h"
 
 #include <cstddef>
@@ -28,6 +29,9 @@ struct child_slot {
 struct parent_run {
     run_settings settings;
     device_list devices;
+    address_index device_index;
     desc_queue queue;
+    address_index queue_index;
+    list_node *last_started; ///< the queue's last entry that a child was started for
     child_slot slots[CHILD_SLOT_COUNT];
 };

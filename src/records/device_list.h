@@ -1,12 +1,12 @@
 // One record per device, and the list of them, keyed by address text.
 #pragma once
 
+#include "records/address_list.h"
 #include "records/list.h"
 
 #include <cstddef>
 #include <cstdint>
 
-constexpr size_t IP_SIZE = 40;         ///< an address text of at most 39 characters
 constexpr size_t NODEQ_TEXT_SIZE = 20; ///< a text field of a nodeq answer, 19 characters
 constexpr size_t DSC_SIZE = 96;        ///< a description of at most 95 characters
 constexpr size_t VENDOR_SIZE = 32;     ///< a vendor word of at most 31 characters
@@ -48,6 +48,8 @@ static_assert(sizeof device_record::ip == 40 && sizeof device_record::dsc == 96 
 using device_list = list_node *;
 
 /// Returns the record whose `ip` equals `ip`, adding a zeroed one at the tail when there is none;
-/// a longer key is stored cut to 39 characters. The list owns the record. Returns nullptr, after
-/// a message on standard output, when there is no memory.
-device_record *device_list_find_or_add(device_list *list, const char *ip);
+/// a longer key is stored cut to 39 characters. The list owns the record. With the list's index
+/// it does so without a walk. Returns nullptr, after a message on standard output, when there is
+/// no memory.
+device_record *device_list_find_or_add(device_list *list, const char *ip,
+                                       address_index *index = nullptr);

@@ -24,7 +24,7 @@ void list_init(list_node **head)
 
 int list_append(list_node **head, void *data, int owns_data)
 {
-    auto *node = new (std::nothrow) list_node{nullptr, data, owns_data};
+    auto *node = new (std::nothrow) list_node{nullptr, data, owns_data, nullptr};
     if (node == nullptr)
         return -1;
     list_node **link = head;

@@ -6,7 +6,8 @@
 struct list_node {
     list_node *next;
     void *data;
-    int owns_data; ///< nonzero: freeing the node frees `data` too
+    int owns_data;             ///< nonzero: freeing the node frees `data` too
+    list_node *next_in_bucket; ///< for the index of the list, where it has one
 };
 
 /// Makes the list empty. Frees nothing.
