@@ -51,7 +51,8 @@ list=$(paste -sd, <<<"$ports" | sed 's/,/, /g')
 compare 'ports' "$ports" "$(grep -rhE '_PORT = [0-9]+;' src | grep -v INQUIRY | grep -oE '= [0-9]+' | tr -d '= ')"
 compare 'ports of firewalld' "$ports" "$(sed -nE 's/.*protocol="udp" port="([0-9]+)".*/\1/p' share/firewall/devscout.xml)"
 compare 'ports of nftables' "$list" "$(sed -nE 's/^udp sport \{ (.*) \} udp.*/\1/p' share/firewall/devscout.nft)"
-for place in share/man/man1/devscout.1 share/firewall/devscout.{nft,xml} src/driver/help.cpp README.md; do
+compare 'ports of ufw' "$list" "$(sed -nE 's/^ufw .* any port ([0-9,]+) to .*/\1/p' share/firewall/devscout.ufw | sed 's/,/, /g')"
+for place in share/man/man1/devscout.1 share/firewall/devscout.{nft,ufw,xml} src/driver/help.cpp README.md; do
     tr '\n' ' ' <"$place" | grep -q "ports ${list%, *} and ${list##*, }[ :,\\]" ||
         { echo "$place: the ports are not $list"; status=1; }
 done

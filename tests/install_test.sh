@@ -15,7 +15,13 @@ diff -u - <(find . -type f | sort) <<'END' || status=1
 ./opt/devscout/share/bash-completion/completions/devscout
 ./opt/devscout/share/doc/devscout/changelog.gz
 ./opt/devscout/share/doc/devscout/copyright
+./opt/devscout/share/doc/devscout/examples/cups-queues
+./opt/devscout/share/doc/devscout/examples/inventory
+./opt/devscout/share/doc/devscout/examples/watch/devscout-watch
+./opt/devscout/share/doc/devscout/examples/watch/devscout-watch.service
+./opt/devscout/share/doc/devscout/examples/watch/devscout-watch.timer
 ./opt/devscout/share/doc/devscout/firewall/devscout.nft
+./opt/devscout/share/doc/devscout/firewall/devscout.ufw
 ./opt/devscout/share/doc/devscout/firewall/devscout.xml
 ./opt/devscout/share/man/man1/devscout.1.gz
 END

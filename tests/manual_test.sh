@@ -34,7 +34,8 @@ LC_ALL=C.UTF-8 MANWIDTH=120 man -l -Tutf8 -P cat "$SOURCE/share/man/man1/devscou
 comparable() { sed -E 's/, [0-9]+s elapsed/, Ns elapsed/; s/[[:blank:]]+/ /g; s/ $//' | sort; }
 
 for example in "$scratch"/examples/*.sh; do
-    PATH=$scratch/bin:$PATH bash "$example" >"${example%.sh}.out" 2>&1 </dev/null &
+    (cd "$prefix/share/doc/devscout/examples" && PATH=$scratch/bin:$PATH TMPDIR=$scratch \
+        exec bash "$example" >"${example%.sh}.out" 2>&1 </dev/null) &
 done
 wait
 status=0 count=0
