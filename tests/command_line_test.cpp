@@ -1,6 +1,7 @@
 // The command line: runs, settings, and the mode lines that are printed on the way.
 #include "capture.h"
 #include "config/community.h"
+#include "config/thorough.h"
 #include "driver/command_line.h"
 
 #include <gtest/gtest.h>
@@ -24,6 +25,7 @@ std::string summarize(const run_settings &settings)
     text += settings.scanner ? " scanner" : "";
     text += settings.time_marks ? " marks" : "";
     text += settings.quick ? " quick" : "";
+    text += g_thorough ? " thorough" : "";
     if (settings.debug_level != 0)
         text += " d" + std::to_string(settings.debug_level);
     if (g_community_name != std::string(DEFAULT_COMMUNITY))
@@ -63,6 +65,8 @@ TEST(CommandLine, SelectsRunsAndSettings)
         {{"--quick", "-R", "10.0.0.5"}, "describe quick @10.0.0.5"},
         {{"--quick", "--slp"}, "# Mode slp\nparent slp quick"},
         {{"-s", "--snmp", "--quickly"}, "# Mode snmp\nchild snmp quick"},
+        {{"--thorough"}, defaults + " thorough"},
+        {{"--slp", "--thorough", "--time"}, "# Mode slp\nparent slp marks thorough"},
         {{"--all", "--nodeq6"}, "# Mode nodeq6\nparent nodeq nodeq6 slp snmp snmp6"},
         {{"--nodeq6", "--all"}, "# Mode nodeq6\nparent nodeq slp snmp snmp6"},
         {{"-sx", "--slpx", "--snmp67", "--nodeq66", "--timely"},
@@ -78,6 +82,7 @@ TEST(CommandLine, SelectsRunsAndSettings)
         std::transform(words.begin(), words.end(), argv.begin(),
                        [](std::string &word) { return word.data(); });
         g_community_name = DEFAULT_COMMUNITY;
+        g_thorough = false;
         std::string summary;
         const std::string modes = printed_by([&] {
             summary = summarize(read_command_line(static_cast<int>(words.size()), argv.data()));
@@ -85,4 +90,5 @@ TEST(CommandLine, SelectsRunsAndSettings)
         EXPECT_EQ(modes + summary, c.summary) << testing::PrintToString(c.words);
     }
     g_community_name = DEFAULT_COMMUNITY;
+    g_thorough = false;
 }

@@ -175,6 +175,12 @@ TEST(Parent, HandsOnlyCommunityAndMethodToItsChildren)
         {"c",
          {"--quick", "-c", "x", "--snmp"},
          "<-c><x><-s><--snmp>\n<--quick><-R><10.0.0.1;id>\n"},
+        {"child",
+         {"--snmp", "--thorough", "--scanner"},
+         "<--thorough><-s><--snmp>\n<--thorough><-I><10.0.0.1;id>\n"},
+        {"child",
+         {"--thorough", "-c", "x", "--snmp"},
+         "<--thorough><-c><x><-s><--snmp>\n<--thorough><-c><x><-R><10.0.0.1;id>\n"},
         {"child", {"--snmp", "--quick", "--scanner"}, "<-s><--snmp>\n<-I><10.0.0.1;id>\n"},
         {"child", {"-c", "-s", "--nodeq"}, "<-c><-s><-s><--nodeq>\n"},
         {"child", {"-c", std::string(4096, 'c'), "--nodeq"}, ""}, // a cut command starts no child

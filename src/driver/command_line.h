@@ -26,7 +26,7 @@ struct run_settings {
 /// Selects the methods of the default run, and no others.
 void select_default_methods(run_settings *settings);
 
-/// Reads the command line. Sets `g_community_name`, and prints each mode's line as its option is
-/// met. Unknown options and stray words are passed over; they move to the start of the mode scan in
-/// `argv`. The texts stay those of `argv`.
+/// Reads the command line. Sets `g_community_name` and `g_thorough`, and prints each mode's line as
+/// its option is met. Unknown options and stray words are passed over; they move to the start of
+/// the mode scan in `argv`. The texts stay those of `argv`.
 run_settings read_command_line(int argc, char **argv);

@@ -4,6 +4,7 @@
 
 #include "config/community.h"
 #include "config/text.h"
+#include "config/thorough.h"
 #include "driver/command_line.h"
 
 #include <cstring>
@@ -28,11 +29,16 @@ struct option {
 
 /// In the order of the usage, and of the words that a child is given.
 inline constexpr option OPTIONS[] = {
+    {"--thorough", "", option_place::anywhere, "ask until nobody new answers: up to 12 s and more",
+     [](run_settings *, const char *) { g_thorough = true; },
+     [](run_kind, const run_settings &) { return g_thorough ? "" : nullptr; }},
     {"-c", " COMMUNITY", option_place::before_methods, "SNMP community (default: vesper)",
      [](run_settings *, const char *value) { g_community_name = value; },
      [](run_kind child, const run_settings &) {
          const bool given = strcmp(g_community_name, DEFAULT_COMMUNITY) != 0;
-         return given && child == run_kind::child ? g_community_name : nullptr;
+         const bool told =
+             child == run_kind::child || (child == run_kind::get_description && g_thorough);
+         return given && told ? g_community_name : nullptr;
      }},
     {"-d", "LEVEL", option_place::anywhere, "debug level: from 1, 2 and 5 on more is printed",
      [](run_settings *settings, const char *value) {
