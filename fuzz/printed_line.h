@@ -44,12 +44,12 @@ struct line_pattern {
     }
 };
 
-/// No control byte, neither by itself nor in an 8-bit character set: bytes from 0x80 to 0x9F stand
-/// in UTF-8 only.
-inline const line_pattern NO_CONTROL_BYTES(
-    "^([\x20-\x7e\xa0-\xff]|[\xc2-\xdf][\x80-\xbf]|\xe0[\xa0-\xbf][\x80-\xbf]|"
-    "[\xe1-\xec\xee\xef][\x80-\xbf]{2}|\xed[\x80-\x9f][\x80-\xbf]|\xf0[\x90-\xbf][\x80-\xbf]{2}|"
-    "[\xf1-\xf3][\x80-\xbf]{3}|\xf4[\x80-\x8f][\x80-\xbf]{2})*$");
+/// UTF-8 without ASCII's control characters.
+inline const line_pattern
+    VALID_UTF8("^([\x20-\x7e]|[\xc2-\xdf][\x80-\xbf]|\xe0[\xa0-\xbf][\x80-\xbf]|"
+               "[\xe1-\xec\xee\xef][\x80-\xbf]{2}|\xed[\x80-\x9f][\x80-\xbf]|"
+               "\xf0[\x90-\xbf][\x80-\xbf]{2}|[\xf1-\xf3][\x80-\xbf]{3}|"
+               "\xf4[\x80-\x8f][\x80-\xbf]{2})*$");
 
 /// What must not stand in UTF-8: control characters, separators of lines, marks of direction.
 inline const line_pattern
@@ -70,7 +70,7 @@ inline const line_pattern REPORT_LINE("^ip: ([^ [:cntrl:]]*) *" + LINE_NUMBERS +
 /// Returns what the pattern's first group matches in the line, which must match.
 inline std::string matched(const line_pattern &pattern, const std::string &line)
 {
-    require(NO_CONTROL_BYTES.matches(line) && !CONTROL_CHARACTER.matches(line), "plain text", line);
+    require(VALID_UTF8.matches(line) && !CONTROL_CHARACTER.matches(line), "plain text", line);
     regmatch_t groups[2];
     require(regexec(&pattern.compiled, line.c_str(), 2, groups, 0) == 0, pattern.text.c_str(),
             line);

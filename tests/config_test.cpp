@@ -3,6 +3,7 @@
 #include "config/paths.h"
 #include "config/printable.h"
 #include "config/text.h"
+#include "config/utf8.h"
 #include "scratch.h"
 
 #include <gtest/gtest.h>
@@ -47,6 +48,9 @@ TEST(Text, CutsAndAlwaysTerminates)
     EXPECT_STREQ(safe_strncpy(buffer, "abcde", sizeof buffer), "abcde");
     append_text(buffer, "xyz", sizeof buffer);
     EXPECT_STREQ(buffer, "abcde");
+    EXPECT_STREQ(copy_part(buffer, "abcd\xc3\x9c", 6, sizeof buffer), "abcd");
+    EXPECT_STREQ(copy_part(buffer, "abcd\xc3\xc3\x9c", 7, sizeof buffer), "abcd\xc3");
+    EXPECT_STREQ(copy_part(buffer, "abc\xc3\x9c", 5, sizeof buffer), "abc\xc3\x9c");
     EXPECT_STREQ(str_toupper("aZ1\xe4", buffer, sizeof buffer), "AZ1\xe4");
     EXPECT_STREQ(str_tolower("ABCDEFGH", buffer, 1), "");
     EXPECT_EQ(str_tolower_static(std::string(2000, 'A').c_str()), std::string(1023, 'a'));
@@ -69,13 +73,23 @@ TEST(Text, IsPrintedWithoutWhatCouldForgeALine)
         // UTF-8 letters hold bytes that stand for control characters elsewhere.
         {"\xc3\x9c\xd0\x9b\xe2\x82\xac\xf0\x9f\x96\xa8",
          "\xc3\x9c\xd0\x9b\xe2\x82\xac\xf0\x9f\x96\xa8"},
-        {"B\xfcro \xa0\xff", "B\xfcro \xa0\xff"}, // Latin-1
         {"\x9b[J\x80\x9f", " [J  "},
-        // Cut, overlong, surrogate and too large: no sequence, so its bytes count one by one.
-        {"\xe2\x80", "\xe2 "},
-        {"\xe2\xe2\x80\xa8", "\xe2   "},
-        {"\xc1\x85\xe0\x82\x85\xf0\x80\x82\x85", "\xc1 \xe0  \xf0   "},
-        {"\xed\xa0\x80\xf4\x90\x80\x80\xf8\x88", "\xed\xa0 \xf4   \xf8 "},
+        // Latin-1 becomes UTF-8, a letter that looks like the beginning of a character too.
+        {"B\xfcro \xa0\xff", "B\xc3\xbcro \xc2\xa0\xc3\xbf"},
+        {"B\xfcro Caf\xe9", "B\xc3\xbcro Caf\xc3\xa9"},
+        // Overlong, surrogate and too large: no character, so the bytes count one by one.
+        {"\xe2\xe2\x80\xa8", "\xc3\xa2   "},
+        {"\xc1\x85\xe0\x82\x85\xf0\x80\x82\x85", "\xc3\x81 \xc3\xa0  \xc3\xb0   "},
+        {"\xed\xa0\x80\xf4\x90\x80\x80\xf8\x88", "\xc3\xad\xc2\xa0 \xc3\xb4   \xc3\xb8 "},
+        {"\xed\x9f\xbf\xf4\x8f\xbf\xbf", "\xed\x9f\xbf\xf4\x8f\xbf\xbf"},
+        // Characters that the end cuts off, and what cannot be one.
+        {"\xc3\xbc \xc3", "\xc3\xbc "},
+        {"a\xe2\x80", "a"},
+        {"a\xed", "a"},
+        {"a\xf4\x8f\xbf", "a"},
+        {"\xed\xa0", "\xc3\xad\xc2\xa0"},
+        {"\xf4\x90", "\xc3\xb4 "},
+        {"\xe0\xbf\xc1", "\xc3\xa0\xc2\xbf\xc3\x81"},
     };
     for (const auto &c : cases) {
         char printed[32];
@@ -84,6 +98,31 @@ TEST(Text, IsPrintedWithoutWhatCouldForgeALine)
     char small[5];
     EXPECT_STREQ(printable_text(small, "abcdefgh", sizeof small), "abcd");
     EXPECT_STREQ(printable_text(small, "abc\xc3\x9c", sizeof small), "abc");
+    EXPECT_STREQ(printable_text(small, "ab\xdc\xdc", sizeof small), "ab\xc3\x9c");
+}
+
+TEST(Text, IsToldFromOtherBytes)
+{
+    const struct {
+        std::string bytes;
+        bool text;
+    } cases[] = {
+        {"MFG:Ramo;\tMDL:\r\n", true},
+        {"B\xfcro \xa0\xff\xff\xff", true},
+        {"B\xc3\x9cro \xe2\x82\xac", true},
+        {"B\xc3\x9cro \xe2\x82", true},
+        {"\xe2\x82\xac \xfc", false},
+        {"B\xfcro \x9f", false},
+        {"B\xfcro \x7f", false},
+        {"B\xfcro \x1f", false},
+        {"\xc3\x9c\x7f", false},
+        {{"\xc3\x9c\0", 3}, false},
+        {"a\xff\xff\xff\xff", false},
+    };
+    for (const auto &c : cases) {
+        const auto *bytes = reinterpret_cast<const uint8_t *>(c.bytes.data());
+        EXPECT_EQ(is_text(bytes, c.bytes.size()), c.text) << c.bytes;
+    }
 }
 
 TEST(Paths, MakesPathsAbsoluteWhereThereIsAWorkingDirectory)

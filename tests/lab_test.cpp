@@ -38,11 +38,15 @@ device 10.9.1.8 nodeq.first.a=FIRST nodeq.first.b=early nodeq.a=LATER nodeq.b=la
 device 10.9.1.9 nodeq.a="\x1b[2J\n#" nodeq.delay=800
 device 10.9.1.10 nodeq.hex=41414141414141424242
 device 10.9.1.11
+device 10.9.1.12 nodeq.a="abcdefghijklmnopqr\xc3\xbc" nodeq.b="B\xfcro \xe9"
+device 10.9.1.13 nodeq.a="Caf\xe9" nodeq.b="abcdefghijklmnopqr\xc3\xbc"
 )";
     const lab_result result = devscout_in_lab({FLEET}, {"-s", "--nodeq"});
     EXPECT_EQ(sorted_devices(result.program.out),
               R"(ip: 10.9.1.1        slp: 0,0,0,0 snmp: 0,0,0 vendor:  dsc: "#[ABC] XYZ"
 ip: 10.9.1.10       slp: 0,0,0,0 snmp: 0,0,0 vendor:  dsc: "#[BBB]"
+ip: 10.9.1.12       slp: 0,0,0,0 snmp: 0,0,0 vendor:  dsc: "#[abcdefghijklmnopqr] Büro é"
+ip: 10.9.1.13       slp: 0,0,0,0 snmp: 0,0,0 vendor:  dsc: "#[Café] abcdefghijklmnopqr"
 ip: 10.9.1.2        slp: 0,0,0,0 snmp: 0,0,0 vendor:  dsc: "#XYZ"
 ip: 10.9.1.3        slp: 0,0,0,0 snmp: 0,0,0 vendor:  dsc: "#[ABC] abcdefghijklmnopqrs"
 ip: 10.9.1.4        slp: 0,0,0,0 snmp: 0,0,0 vendor:  dsc: ""

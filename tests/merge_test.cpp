@@ -40,6 +40,11 @@ struct parent {
     }
 };
 
+std::string repeated(const std::string &text, int count)
+{
+    return count == 0 ? "" : text + repeated(text, count - 1);
+}
+
 std::string texts_and_numbers(const device_record &record)
 {
     std::string text = std::string(record.ip) + "|";
@@ -63,6 +68,11 @@ TEST(MergeDiscovery, TakesOverEveryFieldThatIsPrinted)
     parent p("");
     p.read(0, line);
     EXPECT_EQ(printed_by([&] { print_device_line(p.known); }), line);
+    safe_strncpy(record.vendor, std::string(31, '\xfc').c_str(), sizeof record.vendor);
+    safe_strncpy(record.dsc, std::string(95, '\xfc').c_str(), sizeof record.dsc);
+    EXPECT_EQ(printed_by([&] { print_device_line(&record); }),
+              line.substr(0, line.find("Taliven")) + repeated("\xc3\xbc", 31) + " dsc: \"" +
+                  repeated("\xc3\xbc", 95) + "\"\n");
 }
 
 TEST(MergeDiscovery, ReadsSlotsOfMethodsAndQueuesWhatSnmpReportsUndescribed)
@@ -89,6 +99,7 @@ TEST(MergeDiscovery, ReadsSlotsOfMethodsAndQueuesWhatSnmpReportsUndescribed)
 TEST(MergeDiscovery, ReadsAddressNumbersAndVendor)
 {
     const std::string x40(40, 'x');
+    const std::string wide20 = repeated("\xc3\xbc", 20);
     const struct {
         std::string line;
         std::string after;
@@ -113,12 +124,14 @@ TEST(MergeDiscovery, ReadsAddressNumbersAndVendor)
         {"ip: a vendor: Torn dsc:", "a|0,0,0,1,9,9,9,Torn"},
         {"ip: a dsc: vendor: Cut", "a|0,0,0,1,9,9,9,old"},
         {"ip: a vendor: " + x40 + " dsc: \"\"\n", "a|0,0,0,1,9,9,9," + x40.substr(9)},
+        {"ip: a vendor: " + wide20 + " dsc: \"\"\n", "a|0,0,0,1,9,9,9," + wide20.substr(10)},
         {"ip:", "|0,0,0,0,0,0,0,"},
         {"ip:\n", "|0,0,0,0,0,0,0,"},
         {"ip: fe80::1\tx", "fe80::1|0,0,0,0,0,0,0,"},
         {"noise ip: 10.0.0.7 ip: 10.0.0.8 ", "10.0.0.7|0,0,0,0,0,0,0,"},
         {"ip: 10.0.0.7\n", "10.0.0.7\n|0,0,0,0,0,0,0,"},
         {"ip: " + x40 + " ", x40.substr(1) + "|0,0,0,0,0,0,0,"},
+        {"ip: " + wide20 + " ", wide20.substr(2) + "|0,0,0,0,0,0,0,"},
     };
     for (const auto &c : cases) {
         parent p("");
@@ -153,6 +166,7 @@ TEST(MergeDiscovery, PutsRealBeforeProvisionalDescriptions)
         {x90, "#123456", 0, x90 + " 1234"},
         {"#123456", x90, 0, x90 + " 1234"},
         {"#[N] i", "", 0, "#[N] i"},
+        {x90, "#123\xc3\xbc", 0, x90 + " 123"},
     };
     for (const auto &c : cases) {
         parent p(c.before);
@@ -165,6 +179,7 @@ TEST(MergeDiscovery, PutsRealBeforeProvisionalDescriptions)
 TEST(MergeDescription, TakesATextWhereNoneIsRealAndMarksTheUnreachable)
 {
     const std::string x93(93, 'x');
+    const std::string wide60 = repeated("\xc3\xbc", 60);
     const struct {
         std::string before;
         std::string line;
@@ -182,6 +197,7 @@ TEST(MergeDescription, TakesATextWhereNoneIsRealAndMarksTheUnreachable)
         {"", "dsc: \"x\" ip: a\n", "", false},
         {"", "zz 41\n", "", false},
         {"#123", "ip: a dsc: \"" + x93 + "\"\n", x93 + "#1", false},
+        {"#12", "ip: a dsc: \"" + wide60 + "\"\n", wide60.substr(26) + "#", false},
         {"", "ip: a         dsc: \" \" ERROR: Destination unreachable\n", "", true},
         {"", "ip: a dsc: \"x ERROR: y\"\n", "", true},
         {"", "ip: a dsc: \"ERROR: at the start\"\n", "ERROR: at the start", false},
@@ -196,6 +212,8 @@ TEST(MergeDescription, TakesATextWhereNoneIsRealAndMarksTheUnreachable)
     }
     EXPECT_EQ(printed_by([] { print_description_line("10.0.0.5\r", "b\n"); }),
               "ip: 10.0.0.5        dsc: \"b \"\n");
+    EXPECT_EQ(printed_by([&] { print_description_line("a", (x93 + "\xfc\xfc\xfc").c_str()); }),
+              "ip: a               dsc: \"" + x93 + "\xc3\xbc\xc3\xbc\"\n");
 }
 
 TEST(DeviceList, FindsExactTextsAloneAndNoneThatItCuts)

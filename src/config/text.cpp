@@ -1,7 +1,8 @@
 // Bounded copies and small changes of plain C texts.
 #include "config/text.h"
 
-#include <algorithm>
+#include "config/utf8.h"
+
 #include <cctype>
 #include <cstdint>
 #include <cstdlib>
@@ -36,13 +37,15 @@ char *safe_strncpy(char *destination, const char *source, size_t size)
 
 char *copy_part(char *destination, const char *source, size_t length, size_t size)
 {
-    return safe_strncpy(destination, source, std::min(length + 1, size));
+    if (size == 0)
+        return destination;
+    return safe_strncpy(destination, source, utf8_fitting(source, length, size - 1) + 1);
 }
 
 void append_text(char *destination, const char *tail, size_t size)
 {
     const size_t length = strnlen(destination, size);
-    safe_strncpy(destination + length, tail, size - length);
+    copy_part(destination + length, tail, strlen(tail), size - length);
 }
 
 bool begins_with(const char *text, const char *prefix)

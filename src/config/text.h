@@ -8,10 +8,12 @@
 /// `destination`.
 char *safe_strncpy(char *destination, const char *source, size_t size);
 
-/// Copies the first `length` characters of `source` in the same way.
+/// Copies the first `length` bytes of `source`, cut to the whole characters in `size` - 1 bytes and
+/// always terminated. Returns `destination`.
 char *copy_part(char *destination, const char *source, size_t length, size_t size);
 
-/// Appends `tail` to the text in `destination`, a buffer of `size` bytes, as far as it fits.
+/// Appends `tail` to the text in `destination`, a buffer of `size` bytes, as far as its characters
+/// fit whole.
 void append_text(char *destination, const char *tail, size_t size);
 
 /// Whether `text` begins with `prefix`.

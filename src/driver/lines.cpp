@@ -109,9 +109,9 @@ int hex_value(char digit)
 
 void print_device_line(const device_record *record)
 {
-    char ip[sizeof record->ip];
-    char vendor[sizeof record->vendor];
-    char dsc[sizeof record->dsc];
+    char ip[printable_size(sizeof record->ip)];
+    char vendor[printable_size(sizeof record->vendor)];
+    char dsc[printable_size(sizeof record->dsc)];
     printf("ip: %-*s slp: %d,%d,%d,%d snmp: %d,%d,%d vendor: %s dsc: \"%s\"\n", ADDRESS_COLUMNS,
            printable_text(ip, record->ip, sizeof ip), record->slp_detected, record->slp_ipp,
            record->slp_lpr, record->slp_raw_tcp, record->snmp_detected, record->snmp_devtype,
@@ -137,9 +137,11 @@ bool read_device_line(char *line, device_line *read)
 void print_description_line(const char *ip, const char *dsc)
 {
     char address[PIPE_LINE_SIZE];
-    char text[DSC_SIZE];
+    char held[DSC_SIZE];
+    char text[printable_size(sizeof held)];
+    copy_part(held, dsc, strlen(dsc), sizeof held);
     printf("ip: %-*s dsc: \"%s\"\n", ADDRESS_COLUMNS, printable_text(address, ip, sizeof address),
-           printable_text(text, dsc, sizeof text));
+           printable_text(text, held, sizeof text));
 }
 
 void print_unreachable_line(const char *ip)

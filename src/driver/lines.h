@@ -40,8 +40,8 @@ struct description_line {
     bool failed; ///< it reports an error: the device cannot be reached
 };
 
-/// Prints the line of a description child: `ip` cut to 1023 characters and `dsc` to what a record
-/// holds, both filtered in the same way.
+/// Prints the line of a description child: `dsc` cut to what a record holds, `ip` and it filtered
+/// in the same way, and `ip` then cut to 1023 bytes.
 void print_description_line(const char *ip, const char *dsc);
 
 /// Prints the line of a description child for an address that cannot be reached.

@@ -73,10 +73,10 @@ void take_description(device_record *record, const char *text)
 {
     if (has_real_description(record))
         return;
-    char provisional[DSC_SIZE];
-    safe_strncpy(provisional, record->dsc, sizeof provisional);
-    safe_strncpy(record->dsc, text, sizeof record->dsc);
-    append_text(record->dsc, provisional, sizeof record->dsc);
+    char taken[DSC_SIZE] = "";
+    append_text(taken, text, sizeof taken);
+    append_text(taken, record->dsc, sizeof taken);
+    safe_strncpy(record->dsc, taken, sizeof record->dsc);
 }
 
 void merge_description(parent_run *run, const description_line &line)
@@ -85,8 +85,7 @@ void merge_description(parent_run *run, const description_line &line)
     if (record == nullptr)
         return;
     if (run->settings.debug_level > 0) {
-        // Two texts put together are cut, and half a character may be a control byte.
-        char held[DSC_SIZE];
+        char held[printable_size(sizeof record->dsc)];
         // The odd spelling is what readers of this output look for.
         printf("INFO_RESPONCE: %s <%s>\n", line.ip, printable_text(held, record->dsc, sizeof held));
     }

@@ -2,6 +2,7 @@
 #include "nodeq/nodeq_packet.h"
 
 #include "config/text.h"
+#include "config/utf8.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -23,6 +24,15 @@ void copy_text(const uint8_t *answer, size_t length, size_t offset, char (&text)
     char field[NODEQ_TEXT_SIZE + 1] = "";
     memcpy(field, answer + offset, std::min(length - offset, NODEQ_TEXT_SIZE));
     safe_strncpy(text, field, sizeof text);
+}
+
+/// Copies a text of an answer without the character that the field's end cuts off. It goes before
+/// anything follows it: behind that nobody could tell any more.
+void copy_uncut(char (&copy)[NODEQ_TEXT_SIZE], const char (&text)[NODEQ_TEXT_SIZE])
+{
+    const size_t length = strlen(text);
+    const bool filled = length == sizeof text - 1;
+    copy_part(copy, text, filled ? utf8_uncut(text, length) : length, sizeof copy);
 }
 
 } // namespace
@@ -57,8 +67,10 @@ void nodeq_merge_answer(device_record *record, const device_record *scratch)
 
 void nodeq_compose_dsc(device_record *record, const device_record *scratch)
 {
-    const char *text_a = scratch->nodeq_text_a;
-    const char *text_b = scratch->nodeq_text_b;
+    char text_a[NODEQ_TEXT_SIZE];
+    char text_b[NODEQ_TEXT_SIZE];
+    copy_uncut(text_a, scratch->nodeq_text_a);
+    copy_uncut(text_b, scratch->nodeq_text_b);
     char composed[2 * NODEQ_TEXT_SIZE + sizeof "#[] "] = "";
     if (text_a[0] != '\0' && text_b[0] != '\0')
         snprintf(composed, sizeof composed, "#[%s] %s", text_a, text_b);

@@ -24,8 +24,8 @@ void *address_list_find_or_add(list_node **list, address_index *index, const cha
                                size_t key_offset, bool *added)
 {
     // Padded as the entries' keys are, the key is compared in a few words of the processor.
-    char key[IP_SIZE];
-    safe_strncpy(key, ip, sizeof key);
+    char key[IP_SIZE] = "";
+    append_text(key, ip, sizeof key);
     const bool fits = strlen(ip) < sizeof key;
     list_node **link = index == nullptr ? list : &index->buckets[bucket_of(key)];
     if (added != nullptr)
