@@ -163,6 +163,43 @@ type filter hook output priority 0; oifname $1 drop; }; }" && "$0")",
     }
 }
 
+TEST(Lab, TellsOnStandardErrorWhichMethodsCouldNotAsk)
+{
+    constexpr char WITHOUT_IPV6[] = "devscout: snmp6: Cannot assign requested address\n";
+    const struct {
+        std::string command;
+        std::string expected;
+        std::vector<std::string> options = {};
+    } cases[] = {
+        {R"("$0")", "", {"--no-ipv6"}},
+        {R"("$0" --snmp6)", WITHOUT_IPV6, {"--no-ipv6"}},
+        {R"(printf 0 >/proc/sys/net/ipv6/conf/lo/disable_ipv6
+            ip address add fd00::1/64 dev lo && "$0" --snmp6 --nodeq)",
+         "",
+         {"--no-ipv6"}},
+        {R"(ip -6 route flush table all; "$0" --snmp6 --nodeq)",
+         "devscout: snmp6: Network is unreachable\n"},
+        {R"(ip link set eth0 down; "$0")", R"(devscout: nodeq: Network is unreachable
+devscout: slp: Network is unreachable
+devscout: snmp: Network is unreachable
+devscout: snmp6: Network is unreachable
+)"},
+        {R"(nft 'table ip t { chain c { type filter hook output priority 0; udp dport 6000 drop; }; }'
+            "$0")",
+         "devscout: nodeq: Operation not permitted\n"},
+        {R"(for output in full null; do "$0" --nodeq >/dev/$output; echo $? >&2; done
+            "$0" --nodeq | true; "$0" -R 10.9.1.1 >/dev/full || echo $? >&2)",
+         R"(devscout: the report cannot be written: No space left on device
+1
+0
+devscout: the report cannot be written: No space left on device
+1
+)"},
+    };
+    for (const auto &c : cases)
+        EXPECT_EQ(shell_in_lab({"", c.options}, c.command).program.err, c.expected) << c.command;
+}
+
 TEST(Lab, FindsTheSameUnderEveryLocale)
 {
     constexpr char FLEET[] = R"(device 10.9.1.1 id="MFG:Taliven;MDL:QD-77 Series;CLS:Printer;"

@@ -27,7 +27,7 @@ constexpr char ONE_DEVICE[] = R"(
 
 TEST(Parent, MergesEveryKindOfLine)
 {
-    const std::string report = report_of(R"(
+    const program_result result = run_program(scripted_run(R"(
 "-s --nodeq") echo 'WARNING: configuration file not found'
     echo '# Mode nodeq'
     echo 'ERROR: nodeq detection failed: Network is unreachable'
@@ -44,9 +44,10 @@ TEST(Parent, MergesEveryKindOfLine)
     echo 'ip: 10.0.0.1        dsc: "Office Laser 500"';;
 "-R 10.0.0.2") echo 'ip: 10.0.0.2        dsc: "Never taken"';;
 "-R 10.0.0.3") echo 'ip: 10.0.0.3         dsc: " " ERROR: Destination unreachable';;
-)",
-                                         {"--nodeq", "--snmp"});
-    EXPECT_EQ(report.substr(0, report.rfind(',')), R"(WARNING: configuration file not found
+)")
+                                                  .with({"--nodeq", "--snmp"}));
+    EXPECT_EQ(result.err, "devscout: nodeq: Network is unreachable\ndevscout: snmp: ip: none\n");
+    EXPECT_EQ(result.out.substr(0, result.out.rfind(',')), R"(WARNING: configuration file not found
 # Mode nodeq
 # Mode snmp
 # Network printers discovery utility
@@ -55,6 +56,35 @@ ip: 10.0.0.1        slp: 0,0,0,0 snmp: 1,1,0 vendor: Taliven dsc: "Office Laser 
 ip: 10.0.0.4        slp: 0,0,0,0 snmp: 0,0,0 vendor:  dsc: " only nodeq"
 ip: 10.0.0.2        slp: 0,0,0,0 snmp: 200,0,0 vendor: Orvel dsc: "Model"
 # Total 3 printers found)");
+}
+
+TEST(Parent, TellsOfEachMethodAndOfAllDevicesOnceWhyTheyFailed)
+{
+    const program_result result = run_program(scripted_run(R"(
+"-s --nodeq") echo "ERROR: nodeq detection failed: a$(printf '\033')b"; echo 'ERROR: 2';;
+"-s --slp") echo 'Error opening slp handle -20';;
+"-s --nodeq6") exit 3;;
+"-s --snmp6") echo '# ERROR: snmp_open("udp6:[ff02::1]") failed, none'; exit 127;;
+"-s --snmp") for i in {1..6}; do
+        echo "ip: 10.0.0.$i slp: 0,0,0,0 snmp: 0,0,0 vendor: V dsc: \"\""
+    done; printf 'ip: 10.0'; kill -TERM $$;;
+"-R 10.0.0.1") echo '# ERROR: snmp_open failed [getdesc], first';;
+"-R 10.0.0.2") sleep 1; echo 'ip: 10.0.0.2 dsc: "Model"'; kill -9 $$;;
+"-R 10.0.0.3") sleep 1; exit 127;;
+"-R 10.0.0.4") printf 'ip: 10.0.0.4 dsc: "Model'; exit 1;;
+"-R 10.0.0.5") sleep 1; exit 137;;
+"-R 10.0.0.6") echo 'ip: 10.0.0.6 dsc: " " ERROR: Destination unreachable';;
+)")
+                                                  .with({"--all", "--nodeq6"}));
+    // Some shells tell of a signal too.
+    EXPECT_EQ(lines_with(result.err, "devscout: "), R"(devscout: nodeq: a b
+devscout: slp: Error opening slp handle -20
+devscout: snmp: Terminated
+devscout: describing 4 devices: first
+)");
+    EXPECT_THAT(result.out, testing::HasSubstr("vendor: V dsc: \"Model\"\nip: 10.0.0.3"));
+    EXPECT_THAT(result.out, testing::HasSubstr("dsc: \"Model\"\nip: 10.0.0.5"));
+    EXPECT_THAT(result.out, testing::HasSubstr("\n# Total 5 printers found"));
 }
 
 TEST(Parent, FillsScannerBlocksFromInquiryChildren)
@@ -111,17 +141,22 @@ awk '/start/ { ++started; ++running } /end/ { --running } running > most { most 
     }
 }
 
-TEST(Parent, MergesLinesAtOnceThoughTheChildStaysSilentThen)
+TEST(Parent, MergesLinesAndStartsChildrenAtOnceThoughTheOthersStaySilentThen)
 {
     const scripted_run parent(R"(
-"-s --snmp") printf 'ip: 10.0.0.1 snmp: 0,0,0 vendor: V dsc: ""\nip: 10.0.0.2 snmp: 0,0,0 vendor: V dsc: ""\n# half'
-    for i in {1..20}; do
-        [ -e "$here/10.0.0.1" ] && [ -e "$here/10.0.0.2" ] && echo both >"$here/seen" && break
-        sleep 0.5
-    done;;
+"-s --snmp") expect() {
+        for i in {1..20}; do
+            [ -e "$here/$1" ] && echo "$1" >>"$here/seen" && return
+            sleep 0.5
+        done
+    }
+    line='ip: 10.0.0.%d snmp: 0,0,0 vendor: V dsc: ""\n'
+    printf "$line" 1; expect 10.0.0.1; printf "$line$line# half" 2 3; expect 10.0.0.2; expect 10.0.0.3
+    touch "$here/over";;
+"-s --nodeq") for i in {1..200}; do [ -e "$here/over" ] && break; sleep 0.2; done;;
 "-R "*) touch "$here/$2";;)");
-    run_program(parent.with({"--snmp"}));
-    EXPECT_EQ(parent.file("seen"), "both\n");
+    run_program(parent.with({"--snmp", "--nodeq"}));
+    EXPECT_EQ(parent.file("seen"), "10.0.0.1\n10.0.0.2\n10.0.0.3\n");
 }
 
 TEST(Parent, SleepsWhileItsChildrenAreSilent)
@@ -146,7 +181,7 @@ TEST(Parent, LosesNoLineAndStandsAnyGarbage)
 "-s --slp") for i in {0..4999}; do
         echo "ip: 10.2.$((i / 250)).$((i % 250)) slp: 1,0,1,0 snmp: 0,0,0 vendor:  dsc: \"#$i\""
     done;;
-"-s --nodeq6") head -c 3000 /dev/urandom; kill -9 $$;;
+"-s --nodeq6") head -c 3000 /dev/urandom;;
 "-s --snmp") :;;
 )",
                                          {"--nodeq", "--slp", "--nodeq6", "--snmp"});

@@ -152,6 +152,7 @@ devscout: devices of another SNMP community or another network stay unseen
         {"", "--nodeq", asked},
         {"", "--nodeq | true", asked}, // nobody reads the report
         {"ip link set eth0 down; ", "--nodeq --scanner",
+         "devscout: nodeq: Network is unreachable\n"
          "devscout: no scanner was found: there is no interface to ask on\n"},
     };
     for (const auto &c : cases) {

@@ -6,6 +6,7 @@
 #include "io/process.h"
 #include "log/log.h"
 
+#include <cerrno>
 #include <cstring>
 
 namespace
@@ -85,16 +86,25 @@ shell_command child_command(const run_settings &settings, run_kind kind)
     return command;
 }
 
-/// Starts the command with its output in the slot. Cut, a command would lose options and start a
-/// process of another kind, so one that is too long is not started.
-void start_child(child_slot *slot, const shell_command &command)
+/// Starts the command, for one device or a method, with its output in the slot. Cut, a command
+/// would lose options and start a process of another kind, so one that is too long is not started.
+void start_child(parent_run *run, child_slot *slot, const shell_command &command, bool for_device)
 {
-    if (command.length >= COMMAND_SIZE)
-        return;
-    slot->stream = open_command(command.text, &slot->pid);
+    errno = E2BIG;
+    if (command.length < COMMAND_SIZE)
+        slot->stream = open_command(command.text, &slot->pid);
+    if (slot->stream == nullptr)
+        add_failure(&run->failures, static_cast<int>(slot - run->slots), for_device,
+                    strerror(errno));
     slot->pending_length = 0;
     slot->at_end = 0;
     slot->error_number = 0;
+}
+
+/// The queue's first entry that no child was started for; nullptr: none.
+list_node *first_waiting(const parent_run *run)
+{
+    return run->last_started == nullptr ? run->queue : run->last_started->next;
 }
 
 child_slot *free_desc_slot(parent_run *run)
@@ -115,13 +125,12 @@ void run_child_process(parent_run *run, const method &started)
     add_text(&command, "--");
     add_text(&command, started.word);
     log_printf(LOG_LEVEL_TRACE, "TRACE: run: <%s>\n", command.text);
-    start_child(&run->slots[started.slot], command);
+    start_child(run, &run->slots[started.slot], command, false);
 }
 
 void start_desc_children(parent_run *run)
 {
-    list_node *node = run->last_started == nullptr ? run->queue : run->last_started->next;
-    for (; node != nullptr; node = node->next) {
+    for (list_node *node = first_waiting(run); node != nullptr; node = node->next) {
         auto *request = static_cast<desc_request *>(node->data);
         child_slot *slot = free_desc_slot(run);
         if (slot == nullptr)
@@ -130,20 +139,35 @@ void start_desc_children(parent_run *run)
             child_command(run->settings, request->describe != 0 ? run_kind::get_description
                                                                 : run_kind::scanner_inquiry);
         add_word(&command, request->ip);
-        start_child(slot, command);
+        start_child(run, slot, command, true);
         safe_strncpy(slot->target_ip, request->ip, sizeof slot->target_ip);
         request->started = 1;
         run->last_started = node;
     }
 }
 
-void close_child_slot(child_slot *slot)
+bool can_start_desc_child(parent_run *run)
 {
-    if (close_command(slot->stream, slot->pid) == 0)
+    return first_waiting(run) != nullptr && free_desc_slot(run) != nullptr;
+}
+
+int end_child(child_slot *slot)
+{
+    int wait_status = 0;
+    if (close_command(slot->stream, slot->pid, &wait_status) == 0)
         slot->pid = 0;
     slot->stream = nullptr;
+    return wait_status;
+}
+
+void empty_child_slot(parent_run *run, int number, int wait_status)
+{
+    child_slot *slot = &run->slots[number];
+    note_failing_end(slot->failure, wait_status);
+    add_failure(&run->failures, number, slot->target_ip[0] != '\0', slot->failure);
     slot->hex_lines = 0;
     slot->target_ip[0] = '\0';
+    slot->failure[0] = '\0';
 }
 
 void kill_children(const parent_run *run)

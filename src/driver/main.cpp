@@ -1,6 +1,7 @@
 // Entry point: reads the configuration and the command line, and makes the run they select.
 #include "config/oem_config.h"
 #include "driver/command_line.h"
+#include "driver/report.h"
 #include "driver/runs.h"
 
 #include <csignal>
@@ -33,15 +34,8 @@ void outlive_closed_pipes()
     sigaction(SIGPIPE, &action, nullptr);
 }
 
-} // namespace
-
-int main(int argc, char **argv)
+int run(const run_settings &settings)
 {
-    hold_standard_descriptors();
-    outlive_closed_pipes();
-    if (read_oem_config(argc > 0 ? argv[0] : "") != 0)
-        puts("WARNING: configuration file not found");
-    const run_settings settings = read_command_line(argc, argv);
     switch (settings.kind) {
     case run_kind::child:
         return run_child(settings);
@@ -53,4 +47,15 @@ int main(int argc, char **argv)
         break;
     }
     return run_parent(settings);
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    hold_standard_descriptors();
+    outlive_closed_pipes();
+    if (read_oem_config(argc > 0 ? argv[0] : "") != 0)
+        puts("WARNING: configuration file not found");
+    return finish_output(run(read_command_line(argc, argv)));
 }

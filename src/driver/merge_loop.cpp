@@ -16,28 +16,32 @@
 namespace
 {
 
-/// Length of the next line in `pending`, its line feed included: a line of PIPE_LINE_SIZE - 1
-/// characters or more comes in pieces, and at the end of the stream the rest is a line. 0: none.
+/// Length of the next line in `pending`, its line feed included; a line of PIPE_LINE_SIZE - 1
+/// characters or more comes in pieces. 0: none.
 size_t next_line_length(const child_slot &slot)
 {
     const size_t searched = std::min(slot.pending_length, PIPE_LINE_SIZE - 1);
     const auto *feed = static_cast<const char *>(memchr(slot.pending, '\n', searched));
     if (feed != nullptr)
         return static_cast<size_t>(feed - slot.pending) + 1;
-    return searched == PIPE_LINE_SIZE - 1 || slot.at_end != 0 ? searched : 0;
+    return searched == PIPE_LINE_SIZE - 1 ? searched : 0;
 }
 
-/// Takes the next line out of `pending` into `line`. Returns false when there is none.
-bool take_line(child_slot *slot, char (&line)[PIPE_LINE_SIZE])
+/// Takes so many characters out of `pending` as a line and merges it.
+void take_line(parent_run *run, int number, size_t length)
 {
-    const size_t length = next_line_length(*slot);
-    if (length == 0)
-        return false;
+    child_slot *slot = &run->slots[number];
+    char line[PIPE_LINE_SIZE];
     memcpy(line, slot->pending, length);
     line[length] = '\0';
     slot->pending_length -= length;
     memmove(slot->pending, slot->pending + length, slot->pending_length);
-    return true;
+    if (run->settings.debug_level > 0)
+        make_way_for_output();
+    if (run->settings.debug_level > 1)
+        printf("[%d]LINE: %s", number, line);
+    note_failing_line(slot->failure, line);
+    merge_line(run, line, number);
 }
 
 /// Reads what the child has written. Call it when `poll` has reported its stream.
@@ -60,7 +64,8 @@ bool has_work(const child_slot &slot)
 }
 
 /// Sleeps until some child writes or ends, and reads what the child of slot `number` has written.
-/// Work that waits in any slot ends the wait at once: its turn comes in this pass or the next.
+/// Work that waits in any slot, or an address whose child can be started, ends the wait at once:
+/// its turn comes in this pass or the next.
 void wait_for_output(parent_run *run, int number)
 {
     child_slot *slots = run->slots;
@@ -75,20 +80,27 @@ void wait_for_output(parent_run *run, int number)
             own = &streams[count];
         streams[count++] = {fileno(slots[i].stream), POLLIN, 0};
     }
-    const bool waits = std::none_of(slots, slots + CHILD_SLOT_COUNT, has_work);
+    const bool waits =
+        std::none_of(slots, slots + CHILD_SLOT_COUNT, has_work) && !can_start_desc_child(run);
     const int64_t refresh_us = show_status(run);
     if (poll_until_interrupted(streams, count, waits ? refresh_us : 0) > 0 && own != nullptr &&
         own->revents != 0)
         read_output(&slots[number]);
 }
 
-void close_ended(child_slot *slot, int number)
+/// Closes the slot of a child whose output is over. What stands there without a line feed is a
+/// line, but of a child that a signal has ended it is half of one.
+void close_ended(parent_run *run, int number)
 {
+    child_slot *slot = &run->slots[number];
+    const int wait_status = end_child(slot);
+    if (slot->pending_length > 0 && !ended_by_signal(wait_status))
+        take_line(run, number, slot->pending_length);
     if (slot->error_number != 0) {
         make_way_for_output();
         printf("# ERROR: descriptor # %d failed, %s\n", number, strerror(slot->error_number));
     }
-    close_child_slot(slot);
+    empty_child_slot(run, number, wait_status);
 }
 
 /// Visits every slot once. Returns whether another pass is needed: a child that ended makes one,
@@ -97,21 +109,17 @@ bool run_pass(parent_run *run)
 {
     bool active = false;
     for (int i = 0; i < CHILD_SLOT_COUNT; ++i) {
-        child_slot *slot = &run->slots[i];
-        if (slot->stream == nullptr)
+        const child_slot &slot = run->slots[i];
+        if (slot.stream == nullptr)
             continue;
         active = true;
-        if (!has_work(*slot))
+        if (!has_work(slot))
             wait_for_output(run, i);
-        char line[PIPE_LINE_SIZE];
-        if (take_line(slot, line)) {
-            if (run->settings.debug_level > 0)
-                make_way_for_output();
-            if (run->settings.debug_level > 1)
-                printf("[%d]LINE: %s", i, line);
-            merge_line(run, line, i);
-        } else if (slot->at_end != 0) {
-            close_ended(slot, i);
+        const size_t length = next_line_length(slot);
+        if (length > 0) {
+            take_line(run, i, length);
+        } else if (slot.at_end != 0) {
+            close_ended(run, i);
             return true;
         }
     }

@@ -3,6 +3,7 @@
 
 #include "driver/command_line.h"
 #include "driver/desc_queue.h"
+#include "driver/failures.h"
 #include "driver/lines.h"
 #include "driver/slots.h"
 #include "records/address_list.h"
@@ -22,8 +23,9 @@ struct child_slot {
     int32_t hex_lines;       ///< scanner block lines received
     char pending[4 * PIPE_LINE_SIZE];
     size_t pending_length;
-    int at_end;       ///< 1 once the stream has reached its end or failed
-    int error_number; ///< the error that it failed with; 0: none
+    int at_end;                ///< 1 once the stream has reached its end or failed
+    int error_number;          ///< the error that it failed with; 0: none
+    char failure[REASON_SIZE]; ///< why the child failed; empty: it has not
 };
 
 struct parent_run {
@@ -34,4 +36,5 @@ struct parent_run {
     address_index queue_index;
     list_node *last_started; ///< the queue's last entry that a child was started for
     child_slot slots[CHILD_SLOT_COUNT];
+    failure_notes failures;
 };

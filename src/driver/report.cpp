@@ -2,11 +2,17 @@
 #include "driver/report.h"
 
 #include "driver/lines.h"
+#include "io/output.h"
 
+#include <cerrno>
 #include <cstdio>
+#include <cstdlib>
+#include <cstring>
 
 namespace
 {
+
+int output_error = EIO; ///< of the last attempt to write that failed
 
 bool is_listed(const device_record *record, int scanner)
 {
@@ -41,5 +47,21 @@ void time_mark(const char *label, time_t *previous)
     const time_t now = time(nullptr);
     printf("# MARK: %s: %4.2f\n", label, difftime(now, *previous));
     *previous = now;
-    fflush(stdout);
+    flush_output();
+}
+
+void flush_output()
+{
+    if (fflush(stdout) != 0)
+        output_error = errno;
+}
+
+int finish_output(int status)
+{
+    flush_output();
+    // The reader of a pipe or a socket may go away.
+    if (ferror(stdout) == 0 || watched_output() >= 0)
+        return status;
+    fprintf(stderr, "devscout: the report cannot be written: %s\n", strerror(output_error));
+    return EXIT_FAILURE;
 }

@@ -82,8 +82,9 @@ int run_parent(const run_settings &settings)
     finish_descriptions(&run.devices);
 
     const int listed = end_run(settings, &run.devices, &start_time);
-    fflush(stdout);
+    flush_output();
     end_when_interrupted(&run);
+    tell_failures(run.failures, settings.methods, settings.scanner);
     if (listed == 0)
         explain_empty_report(settings);
     return EXIT_SUCCESS;

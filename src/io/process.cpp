@@ -70,10 +70,11 @@ FILE *open_command(const char *command, pid_t *pid)
     return stream.release();
 }
 
-int close_command(FILE *stream, pid_t pid)
+int close_command(FILE *stream, pid_t pid, int *wait_status)
 {
+    *wait_status = 0;
     fclose(stream);
-    return waitpid(pid, nullptr, 0) < 0 && errno == EINTR ? -1 : 0;
+    return waitpid(pid, wait_status, 0) < 0 && errno == EINTR ? -1 : 0;
 }
 
 void kill_process_tree(pid_t pid)

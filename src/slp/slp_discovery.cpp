@@ -5,6 +5,7 @@
 #include "slp/slp_callback.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 
@@ -29,6 +30,18 @@ constexpr protocol_flag PROTOCOLS[] = {
     {"raw-tcp", &device_record::slp_raw_tcp},
 };
 
+/// Says why a search failed. Agents have codes for what went wrong, the system knows the reason.
+void print_failure(int32_t code, int system_error)
+{
+    if (code == SLP_MEMORY_ALLOC_FAILED)
+        system_error = ENOMEM;
+    else if (code == SLP_BUFFER_OVERFLOW)
+        system_error = EMSGSIZE;
+    else if (code != SLP_NETWORK_INIT_FAILED && code != SLP_NETWORK_ERROR)
+        return;
+    printf("# ERROR: slp search failed, %s\n", strerror(system_error));
+}
+
 } // namespace
 
 int32_t discover_using_slp(device_list *list)
@@ -40,9 +53,11 @@ int32_t discover_using_slp(device_list *list)
         printf("Error opening slp handle %i\n", static_cast<int>(opened));
         return opened;
     }
+    errno = ENETUNREACH; // where the library leaves no reason
     const SLPError searched =
         SLPFindSrvs(handle, PRINTER_TYPE, nullptr, nullptr, MySLPSrvURLCallback, &cookie);
     const int32_t result = searched != SLP_OK ? static_cast<int32_t>(searched) : cookie.result;
+    print_failure(result, errno);
     SLPClose(handle);
     return result;
 }

@@ -7,8 +7,8 @@
 
 /// Searches for services of the type "service:printer" and records each printer's address and
 /// print protocols in `list`. Returns 0, or the SLP library's negative code when the search
-/// failed; what was found before stays in the list. A library that cannot be opened is reported
-/// on standard output.
+/// failed; what was found before stays in the list. A library that cannot be opened and a search
+/// that cannot be made or goes wrong are reported on standard output.
 int32_t discover_using_slp(device_list *list);
 
 /// Reads a service URL such as service:printer:lpr://192.168.1.20:515/queue into `scratch`, a

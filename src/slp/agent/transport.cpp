@@ -96,6 +96,7 @@ int slp_send_to_group(int fd, const std::vector<slp_interface> &interfaces,
                       const struct sockaddr_in &target, const std::vector<uint8_t> &message)
 {
     int taken = 0;
+    errno = ENETUNREACH; // without any interface
     struct sockaddr_in name = target;
     struct iovec part = {const_cast<uint8_t *>(message.data()), message.size()};
     for (const slp_interface &interface : interfaces) {

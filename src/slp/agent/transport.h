@@ -19,7 +19,7 @@ constexpr size_t SLP_STREAM_MESSAGE_MAX = size_t{4} * 1024 * 1024;
 int slp_open_group_socket(int multicast_ttl);
 
 /// Sends a message to `target` over each of the interfaces, one datagram per interface. Returns
-/// the number of interfaces that took it.
+/// the number of interfaces that took it; 0: none (`errno`).
 int slp_send_to_group(int fd, const std::vector<slp_interface> &interfaces,
                       const struct sockaddr_in &target, const std::vector<uint8_t> &message);
 
