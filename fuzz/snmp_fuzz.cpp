@@ -85,7 +85,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         discovery_response(NETSNMP_CALLBACK_OP_RECEIVED_MESSAGE, session, 1, pdu, &context);
         for (const list_node *node = devices; node != nullptr; node = node->next) {
             const char *ip = static_cast<const device_record *>(node->data)->ip;
-            require(strcmp(ip, ipv6 ? "fe80::7" : "10.0.0.1") == 0, "the peer's address", ip);
+            require(strcmp(ip, ipv6 ? "fe80::7%7" : "10.0.0.1") == 0, "the peer's address", ip);
         }
         printed([&] {
             on_snmp_response(NETSNMP_CALLBACK_OP_RECEIVED_MESSAGE, session, 1, pdu, &answers);

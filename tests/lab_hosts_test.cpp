@@ -140,7 +140,7 @@ TEST(Lab, AsksOnceThroughInterfacesOfManyAddressesAndThroughBridges)
 {
     const lab_result result = shell_in_lab({HALL, {"--no-route"}, {ANNEX}}, R"sh(
 ip address add 10.9.0.8/16 broadcast + label eth0:1 dev eth0 &&
-    ip address add 10.9.0.9/24 broadcast + dev eth0 && ip link add name br0 type bridge &&
+    ip address add 10.9.0.9/16 broadcast + dev eth0 && ip link add name br0 type bridge &&
     ip link set eth1 master br0 && ip address add 10.10.0.8/16 broadcast + dev br0 &&
     ip address add fe80::10:8/64 nodad dev br0 && ip link set br0 up
 for i in {1..200}; do [[ $(ip link show br0) == *' state UP '* ]] && break; sleep 0.02; done

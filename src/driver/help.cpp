@@ -1,19 +1,19 @@
 // What a person at a terminal is told on standard error besides the report.
 #include "driver/help.h"
 
+#include "config/community.h"
+#include "config/interface_choice.h"
 #include "config/printable.h"
 #include "config/text.h"
 #include "driver/method.h"
 #include "driver/options.h"
 #include "io/egress.h"
-#include "io/netlink.h"
+#include "io/interfaces.h"
 
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <iterator>
-#include <net/if.h>
-#include <netinet/in.h>
 #include <unistd.h>
 
 namespace
@@ -84,51 +84,43 @@ void explain_ignored(const char *argument)
             printable_text(text, argument, sizeof text));
 }
 
-/// Interfaces by their index, each once. There is room for those of both families.
-struct interface_set {
-    unsigned indexes[2 * EGRESS_INTERFACES_MAX + 1];
-    size_t count;
-};
-
-void add_interface(interface_set *interfaces, unsigned index)
-{
-    unsigned *const end = interfaces->indexes + interfaces->count;
-    if (index != 0 && std::find(interfaces->indexes, end, index) == end &&
-        interfaces->count < std::size(interfaces->indexes))
-        interfaces->indexes[interfaces->count++] = index;
-}
-
-/// The interfaces that the run's requests leave through.
-interface_set asked_interfaces(const run_settings &settings)
-{
-    interface_set found = {};
-    for (size_t i = 0; i < METHOD_COUNT; ++i) {
-        const method &m = METHODS[i];
-        if (!settings.methods[i])
-            continue;
-        const bool ipv6 = m.family == AF_INET6;
-        if (!ipv6)
-            add_interface(&found, route_interface({INADDR_BROADCAST}));
-        const egress_plan plan = ipv6 ? plan_multicast() : plan_broadcast();
-        for (size_t k = 0; k < plan.count; ++k)
-            add_interface(&found, plan.interfaces[k]);
-    }
-    return found;
-}
-
 /// Appends the interface's name to the enumeration, or an ellipsis where it does not fit.
-void append_name(unsigned index, char (&names)[NAMES_SIZE])
+void append_name(const host_interface &interface, char (&names)[NAMES_SIZE])
 {
     constexpr char MORE[] = ", ...";
     char name[IF_NAMESIZE + 2] = "";
-    if (names[0] != '\0')
-        safe_strncpy(name, ", ", sizeof name);
-    if (if_indextoname(index, name + strlen(name)) == nullptr)
-        return;
+    snprintf(name, sizeof name, "%s%s", names[0] != '\0' ? ", " : "", interface.name);
     if (strlen(names) + strlen(name) + sizeof MORE <= sizeof names)
         append_text(names, name, sizeof names);
     else if (strstr(names, MORE) == nullptr)
         append_text(names, MORE, sizeof names);
+}
+
+bool is_in_plan(unsigned interface, const egress_plan &plan)
+{
+    return plan.routed == interface ||
+           std::any_of(plan.ways, plan.ways + plan.count,
+                       [interface](const egress_way &way) { return way.interface == interface; });
+}
+
+/// Enumerates the interfaces that the run's requests leave through.
+void name_asked_interfaces(const run_settings &settings, char (&names)[NAMES_SIZE])
+{
+    const host_interface_list list = list_host_interfaces();
+    if (!list)
+        safe_strncpy(names, "the default route", sizeof names);
+    const egress_plan broadcast = plan_broadcast(list.get(), g_interface_name);
+    const egress_plan multicast = plan_multicast(list.get(), g_interface_name);
+    for (size_t i = 0; list && i < list->interface_count; ++i) {
+        const host_interface &interface = list->interfaces[i];
+        const bool asked =
+            std::any_of(std::begin(METHODS), std::end(METHODS), [&](const method &m) {
+                return settings.methods[&m - METHODS] &&
+                       is_in_plan(interface.index, m.family == AF_INET6 ? multicast : broadcast);
+            });
+        if (asked)
+            append_name(interface, names);
+    }
 }
 
 } // namespace
@@ -160,14 +152,12 @@ void explain_empty_report(const run_settings &settings)
         return;
     }
     const char *kind = settings.scanner ? "scanner" : "printer";
-    const interface_set interfaces = asked_interfaces(settings);
-    if (interfaces.count == 0) {
+    char names[NAMES_SIZE] = "";
+    name_asked_interfaces(settings, names);
+    if (names[0] == '\0') {
         fprintf(stderr, "devscout: no %s was found: there is no interface to ask on\n", kind);
         return;
     }
-    char names[NAMES_SIZE] = "";
-    for (size_t i = 0; i < interfaces.count; ++i)
-        append_name(interfaces.indexes[i], names);
     fprintf(stderr,
             "devscout: no %s was found; asked on %s\n"
             "devscout: a firewall must let in UDP from ports 161, 427 and 6000\n"

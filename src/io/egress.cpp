@@ -1,114 +1,178 @@
-// The interfaces that a request to everybody leaves through.
+// The ways that a request to everybody leaves the host by.
 #include "io/egress.h"
 
-#include "io/interface_addresses.h"
+#include "io/interface_calls.h"
 #include "io/netlink.h"
 
 #include <algorithm>
-#include <arpa/inet.h>
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
-#include <net/if.h>
-#include <netinet/in.h>
 #include <sys/socket.h>
 
 namespace
 {
 
-bool has_flags(const struct ifaddrs *entry, unsigned needed)
+constexpr unsigned HOST_PREFIX = 32; // a subnet of one address
+
+bool is_same_subnet(const host_address &one, const host_address &other)
 {
-    constexpr unsigned UNWANTED = IFF_LOOPBACK | IFF_POINTOPOINT;
-    needed |= IFF_UP | IFF_RUNNING;
-    return (entry->ifa_flags & needed) == needed && (entry->ifa_flags & UNWANTED) == 0;
+    return one.interface == other.interface && one.family == other.family &&
+           one.prefix == other.prefix && one.network.s_addr == other.network.s_addr;
 }
 
-bool has_address(const struct ifaddrs *entry, int family)
+/// Whether an address before it, or the route, asks the subnet of the list's address number `i`.
+bool is_subnet_asked(const host_interfaces &list, size_t i, const host_address *routed)
 {
-    if (entry->ifa_addr == nullptr || entry->ifa_addr->sa_family != family)
-        return false;
-    if (family == AF_INET)
-        return true;
-    struct sockaddr_in6 address = {};
-    memcpy(&address, entry->ifa_addr, sizeof address);
-    return IN6_IS_ADDR_LINKLOCAL(&address.sin6_addr);
+    const host_address *own = &list.addresses[i];
+    return (routed != nullptr && is_same_subnet(*routed, *own)) ||
+           std::any_of(list.addresses, own,
+                       [own](const host_address &other) { return is_same_subnet(other, *own); });
 }
 
-/// The interface that an entry of the system's list belongs to; 0: none.
-unsigned interface_of(const struct ifaddrs *entry)
+/// Whether the interface has an IPv4 address that goes before this one of a subnet of its own.
+bool is_needless_host_address(const host_interfaces &list, const host_address &address)
 {
-    // A further address may stand under a label, "eth0:1".
-    char name[IF_NAMESIZE];
-    const auto length = static_cast<int>(strcspn(entry->ifa_name, ":"));
-    snprintf(name, sizeof name, "%.*s", length, entry->ifa_name);
-    return if_nametoindex(name);
+    return address.prefix == HOST_PREFIX &&
+           std::any_of(
+               list.addresses, list.addresses + list.address_count, [&](const host_address &other) {
+                   return other.interface == address.interface && other.family == AF_INET &&
+                          &other != &address && (other.prefix != HOST_PREFIX || &other < &address);
+               });
 }
 
-/// Adds the usable interfaces of the plan's family but `known`, each once, in the system's order.
-void add_usable_interfaces(egress_plan *plan, unsigned known)
+/// Whether its interface is asked and has one of the flags `cast`. The chosen one needs none.
+bool is_on_asked(const host_interfaces &list, const host_address &address, const char *chosen,
+                 unsigned cast)
 {
-    const interface_addresses addresses = list_interface_addresses();
-    const unsigned cast = plan->family == AF_INET ? IFF_BROADCAST : IFF_MULTICAST;
-    unsigned *const found = plan->interfaces;
-    for (const struct ifaddrs *entry = addresses.get(); entry != nullptr; entry = entry->ifa_next) {
-        if (!has_flags(entry, cast) || !has_address(entry, plan->family))
-            continue;
-        const unsigned index = interface_of(entry);
-        if (index == 0 || index == known || plan->count == EGRESS_INTERFACES_MAX ||
-            std::find(found, found + plan->count, index) != found + plan->count)
-            continue;
-        // What a port or member sends, its bridge or bond sends too, and the answers come in there.
-        if (master_interface(index) == 0)
-            found[plan->count++] = index;
+    const host_interface *interface = find_host_interface(&list, address.interface);
+    return interface != nullptr && is_asked(*interface, chosen) &&
+           (chosen != nullptr || (interface->flags & cast) != 0);
+}
+
+void add_way(egress_plan *plan, const egress_way &way)
+{
+    if (plan->count < EGRESS_WAYS_MAX)
+        plan->ways[plan->count++] = way;
+}
+
+/// Adds each subnet but the one of the address `routed` (nullptr: none).
+void add_subnets(egress_plan *plan, const host_interfaces *list, const char *chosen, unsigned cast,
+                 const host_address *routed)
+{
+    for (size_t i = 0; list != nullptr && i < list->address_count; ++i) {
+        const host_address &address = list->addresses[i];
+        if (address.family == AF_INET && address.ipv4.s_addr != 0 &&
+            is_on_asked(*list, address, chosen, cast) && !is_subnet_asked(*list, i, routed) &&
+            !is_needless_host_address(*list, address))
+            add_way(plan, {address.interface, address.ipv4});
     }
 }
 
-/// Sends what follows through that interface; 0 leaves the choice to the system. Returns 0, or -1
-/// (`errno`).
-int choose_interface(int socket_fd, int family, unsigned index)
+/// The address that the route sends from, where it lies on the route's own interface: devices of
+/// its subnet can answer. An interface that is not known (0) is the one that has the address.
+const host_address *find_routed_address(const host_interfaces *list, const system_route &route)
 {
-    if (family == AF_INET6)
-        return setsockopt(socket_fd, IPPROTO_IPV6, IPV6_MULTICAST_IF, &index, sizeof index);
-    const uint32_t network_order = htonl(index);
-    return setsockopt(socket_fd, IPPROTO_IP, IP_UNICAST_IF, &network_order, sizeof network_order);
+    for (size_t i = 0; list != nullptr && i < list->address_count; ++i) {
+        const host_address &address = list->addresses[i];
+        if (address.family == AF_INET && address.ipv4.s_addr == route.source.s_addr &&
+            (route.interface == 0 || address.interface == route.interface))
+            return &address;
+    }
+    return nullptr;
 }
 
 } // namespace
 
-egress_plan plan_broadcast()
+egress_plan plan_broadcast(const host_interfaces *list, const char *chosen)
 {
-    egress_plan plan = {AF_INET, true, {}, 0};
-    add_usable_interfaces(&plan, route_interface({INADDR_BROADCAST}));
+    egress_plan plan = {};
+    const host_address *routed = nullptr;
+    plan.by_route = chosen == nullptr;
+    if (plan.by_route) {
+        system_route route = {};
+        if (netlink_find_route({INADDR_BROADCAST}, &route) != 0)
+            route.source = source_towards({INADDR_BROADCAST});
+        routed = route.source.s_addr != 0 ? find_routed_address(list, route) : nullptr;
+        plan.routed =
+            route.interface == 0 && routed != nullptr ? routed->interface : route.interface;
+    }
+    add_subnets(&plan, list, chosen, IFF_BROADCAST, routed);
     return plan;
 }
 
-egress_plan plan_multicast()
+egress_plan plan_group(const host_interfaces *list, const char *chosen, unsigned cast)
 {
-    egress_plan plan = {AF_INET6, false, {}, 0};
-    add_usable_interfaces(&plan, 0);
-    plan.by_route = plan.count == 0;
+    egress_plan plan = {};
+    add_subnets(&plan, list, chosen, cast, nullptr);
+    plan.by_route = plan.count == 0 && chosen == nullptr;
     return plan;
 }
 
-int send_everywhere(int socket_fd, const egress_plan &plan, const std::function<int()> &send_once)
+egress_plan plan_multicast(const host_interfaces *list, const char *chosen)
+{
+    egress_plan plan = {};
+    for (size_t i = 0; list != nullptr && i < list->address_count; ++i) {
+        const host_address &address = list->addresses[i];
+        const bool known =
+            std::any_of(plan.ways, plan.ways + plan.count,
+                        [&](const egress_way &way) { return way.interface == address.interface; });
+        if (!known && address.family == AF_INET6 && IN6_IS_ADDR_LINKLOCAL(&address.ipv6) &&
+            is_on_asked(*list, address, chosen, IFF_MULTICAST))
+            add_way(&plan, {address.interface, {}});
+    }
+    plan.by_route = plan.count == 0 && chosen == nullptr;
+    return plan;
+}
+
+int send_everywhere(const egress_plan &plan, const egress_sender &send_once)
 {
     int result = -1;
     int first_error = 0;
-    const auto attempt = [&](int sent) {
-        if (sent == 0)
-            sent = send_once();
+    const auto attempt = [&](const egress_way *way) {
+        const int sent = send_once(way);
         if (sent < 0 && first_error == 0)
             first_error = errno;
         if (result < 0)
             result = sent;
     };
     if (plan.by_route)
-        attempt(0);
+        attempt(nullptr);
     for (size_t i = 0; i < plan.count; ++i)
-        attempt(choose_interface(socket_fd, plan.family, plan.interfaces[i]));
-    if (plan.count > 0)
-        choose_interface(socket_fd, plan.family, 0);
+        attempt(&plan.ways[i]);
     if (result < 0)
-        errno = first_error;
+        errno = first_error != 0 ? first_error : ENETUNREACH;
     return result;
+}
+
+int send_ipv4_by(const egress_way *way, int socket_fd, const struct sockaddr_in &target,
+                 const void *bytes, size_t size)
+{
+    struct sockaddr_in name = target;
+    struct iovec part = {const_cast<void *>(bytes), size};
+    struct msghdr datagram = {};
+    datagram.msg_name = &name;
+    datagram.msg_namelen = sizeof name;
+    datagram.msg_iov = &part;
+    datagram.msg_iovlen = 1;
+    struct in_pktinfo choice = {};
+    alignas(struct cmsghdr) uint8_t control[CMSG_SPACE(sizeof choice)] = {};
+    if (way != nullptr) {
+        // Chooses the interface for multicast and for broadcast alike, on one socket.
+        choice.ipi_ifindex = static_cast<int>(way->interface);
+        choice.ipi_spec_dst = way->source;
+        datagram.msg_control = control;
+        datagram.msg_controllen = sizeof control;
+        struct cmsghdr *header = CMSG_FIRSTHDR(&datagram);
+        header->cmsg_level = IPPROTO_IP;
+        header->cmsg_type = IP_PKTINFO;
+        header->cmsg_len = CMSG_LEN(sizeof choice);
+        memcpy(CMSG_DATA(header), &choice, sizeof choice);
+    }
+    return static_cast<int>(sendmsg(socket_fd, &datagram, 0));
+}
+
+int set_ipv6_way(const egress_way *way, int socket_fd)
+{
+    const unsigned index = way != nullptr ? way->interface : 0;
+    return setsockopt(socket_fd, IPPROTO_IPV6, IPV6_MULTICAST_IF, &index, sizeof index);
 }

@@ -2,13 +2,13 @@
 #include "netif/derive_ipv6.h"
 
 #include "config/text.h"
+#include "io/interfaces.h"
 
 #include <arpa/inet.h>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <initializer_list>
-#include <net/if.h>
 #include <netinet/in.h>
 
 namespace
@@ -44,24 +44,28 @@ field_pair other_scopes(const netinterface_info &interface, const char *ip)
 }
 
 /// The interface with the index behind the "%" of an address text, or nullptr.
-const netinterface_info *find_interface_by_zone(list_node *interfaces, const char *ip)
+const netinterface_info *find_interface_by_zone(list_node *interfaces, const char *ip,
+                                                const host_interfaces *system)
 {
     const char *zone = strchr(ip, ZONE_MARK);
-    char name[IF_NAMESIZE];
-    if (zone == nullptr ||
-        if_indextoname(static_cast<unsigned>(strtoul(zone + 1, nullptr, 10)), name) == nullptr)
+    const host_interface *arrived_on =
+        zone == nullptr
+            ? nullptr
+            : find_host_interface(system, static_cast<unsigned>(strtoul(zone + 1, nullptr, 10)));
+    if (arrived_on == nullptr)
         return nullptr;
     for (const list_node *node = interfaces; node != nullptr; node = node->next) {
         const auto *interface = static_cast<const netinterface_info *>(node->data);
-        if (strcmp(interface->name, name) == 0)
+        if (strcmp(interface->name, arrived_on->name) == 0)
             return interface;
     }
     return nullptr;
 }
 
-void derive_from_record(const device_record *record, list_node *interfaces, device_list *derived)
+void derive_from_record(const device_record *record, list_node *interfaces,
+                        const host_interfaces *system, device_list *derived)
 {
-    const netinterface_info *interface = find_interface_by_zone(interfaces, record->ip);
+    const netinterface_info *interface = find_interface_by_zone(interfaces, record->ip, system);
     char ip[IP_SIZE];
     copy_part(ip, record->ip, strcspn(record->ip, "%"), sizeof ip);
     if (interface == nullptr)
@@ -94,10 +98,12 @@ void derive_ipv6_addresses(device_list *devices)
 
 void derive_ipv6_addresses_on(device_list *devices, list_node *interfaces)
 {
+    const host_interface_list system = list_host_interfaces();
     device_list derived = nullptr;
     list_init(&derived);
     for (const list_node *node = *devices; node != nullptr; node = node->next)
-        derive_from_record(static_cast<const device_record *>(node->data), interfaces, &derived);
+        derive_from_record(static_cast<const device_record *>(node->data), interfaces, system.get(),
+                           &derived);
     list_remove_if(devices, is_ipv6_record);
     for (const list_node *node = derived; node != nullptr; node = node->next) {
         const auto *record = static_cast<const device_record *>(node->data);

@@ -1,63 +1,44 @@
 // The host's Ethernet interfaces, as the system itself lists them.
 #include "netif/system_interfaces.h"
 
+#include "config/interface_choice.h"
 #include "config/text.h"
-#include "io/interface_addresses.h"
+#include "io/interfaces.h"
 
 #include <arpa/inet.h>
-#include <cstring>
-#include <net/if.h>
+#include <initializer_list>
 #include <net/if_arp.h>
-#include <netinet/in.h>
-#include <netpacket/packet.h>
 
 namespace
 {
 
-bool is_ethernet(const struct ifaddrs *entry)
+void take_ipv4(netinterface_info *interface, const host_address &address)
 {
-    if (entry->ifa_addr == nullptr || entry->ifa_addr->sa_family != AF_PACKET)
-        return false;
-    struct sockaddr_ll link = {};
-    memcpy(&link, entry->ifa_addr, sizeof link);
-    // One without a carrier has the link-local prefix too, and no device behind it.
-    constexpr unsigned NEEDED = IFF_UP | IFF_RUNNING;
-    const bool usable =
-        (entry->ifa_flags & NEEDED) == NEEDED && (entry->ifa_flags & IFF_LOOPBACK) == 0;
-    return usable && link.sll_hatype == ARPHRD_ETHER;
+    inet_ntop(AF_INET, &address.ipv4, interface->inet_addr, sizeof interface->inet_addr);
+    if (address.broadcast.s_addr != 0)
+        inet_ntop(AF_INET, &address.broadcast, interface->bcast_addr, sizeof interface->bcast_addr);
 }
 
-netinterface_info *find_interface(list_node *interfaces, const char *name)
+void take_ipv6(netinterface_info *interface, const host_address &address)
 {
-    for (list_node *node = interfaces; node != nullptr; node = node->next) {
-        auto *interface = static_cast<netinterface_info *>(node->data);
-        if (strncmp(interface->name, name, sizeof interface->name) == 0)
-            return interface;
-    }
-    return nullptr;
+    char text[INET6_ADDRSTRLEN];
+    if (inet_ntop(AF_INET6, &address.ipv6, text, sizeof text) != nullptr)
+        safe_strncpy(ipv6_field(interface, text), text, INTERFACE_ADDRESS_SIZE);
 }
 
-void copy_ipv4(const struct sockaddr *address, char (&text)[INTERFACE_ADDRESS_SIZE])
+/// Of several addresses of a kind the last one stays: those that are deprecated come first.
+void take_addresses(netinterface_info *interface, const host_interfaces &list, unsigned index)
 {
-    if (address == nullptr)
-        return;
-    struct sockaddr_in ipv4 = {};
-    memcpy(&ipv4, address, sizeof ipv4);
-    inet_ntop(AF_INET, &ipv4.sin_addr, text, sizeof text);
-}
-
-void take_address(netinterface_info *interface, const struct ifaddrs *entry)
-{
-    if (entry->ifa_addr->sa_family == AF_INET) {
-        copy_ipv4(entry->ifa_addr, interface->inet_addr);
-        if ((entry->ifa_flags & IFF_BROADCAST) != 0)
-            copy_ipv4(entry->ifa_broadaddr, interface->bcast_addr);
-    } else if (entry->ifa_addr->sa_family == AF_INET6) {
-        struct sockaddr_in6 ipv6 = {};
-        memcpy(&ipv6, entry->ifa_addr, sizeof ipv6);
-        char text[INET6_ADDRSTRLEN];
-        if (inet_ntop(AF_INET6, &ipv6.sin6_addr, text, sizeof text) != nullptr)
-            safe_strncpy(ipv6_field(interface, text), text, INTERFACE_ADDRESS_SIZE);
+    for (const bool deprecated : {true, false}) {
+        for (size_t i = 0; i < list.address_count; ++i) {
+            const host_address &address = list.addresses[i];
+            if (address.interface != index || address.deprecated != deprecated)
+                continue;
+            if (address.family == AF_INET)
+                take_ipv4(interface, address);
+            else
+                take_ipv6(interface, address);
+        }
     }
 }
 
@@ -65,14 +46,15 @@ void take_address(netinterface_info *interface, const struct ifaddrs *entry)
 
 void enumerate_system_interfaces(list_node **interfaces)
 {
-    const interface_addresses addresses = list_interface_addresses();
-    for (const struct ifaddrs *entry = addresses.get(); entry != nullptr; entry = entry->ifa_next) {
-        if (is_ethernet(entry))
-            add_interface(interfaces, entry->ifa_name);
-    }
-    for (const struct ifaddrs *entry = addresses.get(); entry != nullptr; entry = entry->ifa_next) {
-        netinterface_info *interface = find_interface(*interfaces, entry->ifa_name);
-        if (interface != nullptr && entry->ifa_addr != nullptr)
-            take_address(interface, entry);
+    const host_interface_list list = list_host_interfaces();
+    for (size_t i = 0; list && i < list->interface_count; ++i) {
+        const host_interface &interface = list->interfaces[i];
+        // The tunnel that is asked by name is no Ethernet.
+        if (!is_asked(interface, g_interface_name) ||
+            (g_interface_name == nullptr && interface.hardware != ARPHRD_ETHER))
+            continue;
+        netinterface_info *added = add_interface(interfaces, interface.name);
+        if (added != nullptr)
+            take_addresses(added, *list, interface.index);
     }
 }

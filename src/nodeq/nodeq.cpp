@@ -1,7 +1,9 @@
 // Discovery by nodeq, the devices' own UDP protocol, over IPv4 broadcast.
 #include "nodeq/nodeq.h"
 
+#include "config/interface_choice.h"
 #include "io/egress.h"
+#include "io/interfaces.h"
 #include "io/socket.h"
 #include "io/stream.h"
 #include "io/wait.h"
@@ -21,7 +23,7 @@ namespace
 
 constexpr int64_t QUIET_TIME_US = 500 * MICROSECONDS_PER_MILLISECOND;
 constexpr useconds_t PAUSE_US = 100 * MICROSECONDS_PER_MILLISECOND;
-constexpr int MAX_DATAGRAMS = 99; ///< in one pass
+constexpr int MAX_DATAGRAMS = 99; ///< in one pass, for each request that it follows
 constexpr int EXCHANGES = 2;
 
 void receive_answer(device_list *devices, int socket_fd)
@@ -42,6 +44,39 @@ void receive_answer(device_list *devices, int socket_fd)
         nodeq_merge_answer(record, &scratch);
 }
 
+/// Sends the request by each way, and counts how often it has left. Returns what
+/// `nodeq_send_request` does.
+int send_requests(int socket_fd, int *sent_count)
+{
+    uint8_t request[NODEQ_REQUEST_SIZE];
+    nodeq_build_request(request);
+    const struct sockaddr_in everybody = ipv4_socket_address({htonl(INADDR_BROADCAST)}, NODEQ_PORT);
+    const auto send_once = [&](const egress_way *way) {
+        const int sent = send_ipv4_by(way, socket_fd, everybody, request, sizeof request);
+        if (sent >= 0)
+            ++*sent_count;
+        return sent;
+    };
+    const host_interface_list interfaces = list_host_interfaces();
+    return send_everywhere(plan_broadcast(interfaces.get(), g_interface_name),
+                           std::cref(send_once));
+}
+
+/// Collects answers until they pause, or so many datagrams have come.
+void collect_answers(device_list *devices, int socket_fd, int most)
+{
+    for (int datagrams = 0; datagrams < most; ++datagrams) {
+        const int ready = wait_or_end(socket_fd, POLLIN, QUIET_TIME_US);
+        if (ready == 0)
+            return;
+        if (ready < 0) {
+            printf("ERROR: select on nodeq socket failed: %s\n", strerror(errno));
+            return;
+        }
+        receive_answer(devices, socket_fd);
+    }
+}
+
 } // namespace
 
 int discover_using_nodeq(device_list *devices, const char *target)
@@ -56,11 +91,12 @@ int discover_using_nodeq(device_list *devices, const char *target)
     for (int exchange = 0; exchange < EXCHANGES; ++exchange) {
         if (exchange > 0)
             usleep(PAUSE_US);
-        if (nodeq_send_request(opened.fd) < 0) {
+        int sent_count = 0;
+        if (send_requests(opened.fd, &sent_count) < 0) {
             printf("ERROR: nodeq detection failed: %s\n", strerror(errno));
             return -2;
         }
-        nodeq_collect_answers(devices, opened.fd);
+        collect_answers(devices, opened.fd, MAX_DATAGRAMS * sent_count);
     }
     return 0;
 }
@@ -90,30 +126,12 @@ int nodeq_open_socket()
 
 int nodeq_send_request(int socket_fd)
 {
-    if (socket_fd < 0)
-        return -1;
-    uint8_t request[NODEQ_REQUEST_SIZE];
-    nodeq_build_request(request);
-    const struct sockaddr_in everybody = ipv4_socket_address({htonl(INADDR_BROADCAST)}, NODEQ_PORT);
-    const auto send_once = [&] {
-        return static_cast<int>(sendto(socket_fd, request, sizeof request, 0,
-                                       reinterpret_cast<const struct sockaddr *>(&everybody),
-                                       sizeof everybody));
-    };
-    return send_everywhere(socket_fd, plan_broadcast(), std::cref(send_once));
+    int sent_count = 0;
+    return socket_fd < 0 ? -1 : send_requests(socket_fd, &sent_count);
 }
 
 int nodeq_collect_answers(device_list *devices, int socket_fd)
 {
-    for (int datagrams = 0; datagrams < MAX_DATAGRAMS; ++datagrams) {
-        const int ready = wait_or_end(socket_fd, POLLIN, QUIET_TIME_US);
-        if (ready == 0)
-            return 0;
-        if (ready < 0) {
-            printf("ERROR: select on nodeq socket failed: %s\n", strerror(errno));
-            return 0;
-        }
-        receive_answer(devices, socket_fd);
-    }
+    collect_answers(devices, socket_fd, MAX_DATAGRAMS);
     return 0;
 }

@@ -3,7 +3,8 @@
 
 #include "records/device_list.h"
 
-/// Broadcasts two requests, 100 ms apart, and records every address that answers. A target that
+/// Broadcasts two requests, 100 ms apart, into each subnet, and records every address that answers:
+/// 99 answers after each request and for each subnet that it went into. A target that
 /// begins with "u", the IPv6 one, is not served: nothing is sent. Returns 0, -1 when the socket
 /// cannot be set up, -2 when a request cannot be sent anywhere; both are reported on standard
 /// output, and what was found before stays in the list.
@@ -13,9 +14,9 @@ int discover_using_nodeq(device_list *devices, const char *target);
 /// when broadcast is refused, -3 when it cannot be bound (`errno`).
 int nodeq_open_socket();
 
-/// Sends the request to 255.255.255.255, as the system routes it and through every other usable
-/// interface. Returns the bytes of one request, or a negative number when none could be sent
-/// (`errno` of the first attempt).
+/// Sends the request to 255.255.255.255, as the system routes it and into every other subnet.
+/// Returns the bytes of one request, or a negative number when none could be sent (`errno` of the
+/// first attempt).
 int nodeq_send_request(int socket_fd);
 
 /// Collects answers until 0.5 s pass without one, or 99 datagrams have come. Returns 0.

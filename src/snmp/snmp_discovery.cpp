@@ -1,8 +1,10 @@
 // SNMP discovery: one GET to everybody, and a record for every printer that answers.
 #include "snmp/snmp_discovery.h"
 
+#include "config/interface_choice.h"
 #include "config/text.h"
 #include "io/egress.h"
+#include "io/interfaces.h"
 #include "io/socket.h"
 #include "log/log.h"
 #include "netif/derive_ipv6.h"
@@ -48,8 +50,10 @@ void do_one_poll(device_list *devices, const char *target, bool ipv6)
 {
     log_trace("do_one_poll\n");
     snmp_set_up_library("discovery_test");
-    const egress_plan plan = ipv6 ? plan_multicast() : plan_broadcast();
-    discovery_context context = {devices, ipv6 && plan.count > 1};
+    const host_interface_list interfaces = list_host_interfaces();
+    const egress_plan plan = ipv6 ? plan_multicast(interfaces.get(), g_interface_name)
+                                  : plan_broadcast(interfaces.get(), g_interface_name);
+    discovery_context context = {devices};
     const snmp_session_owner opened(snmp_open_session(target, ipv6, discovery_response, &context));
     if (opened.session == nullptr) {
         printf("# ERROR: snmp_open(\"%s\") failed, %s\n", target, strerror(errno));
@@ -136,7 +140,7 @@ int discovery_response(int operation, netsnmp_session *session, int, netsnmp_pdu
     char transport_text[TRANSPORT_TEXT_SIZE];
     format_transport_address(transport, pdu, transport_text, sizeof transport_text);
     const auto *discovery = static_cast<discovery_context *>(context);
-    const unsigned zone = discovery->keeps_zones ? peer_zone(pdu) : 0;
+    const unsigned zone = peer_zone(pdu);
     for (const auto *variable = pdu->variables; variable != nullptr;
          variable = variable->next_variable)
         read_variable(discovery->devices, variable, transport_text, zone);

@@ -10,7 +10,6 @@ struct variable_list;
 /// What the callback of a discovery session is given.
 struct discovery_context {
     device_list *devices;
-    bool keeps_zones = false; ///< link-local addresses are recorded with the interface's index
 };
 
 /// Asks `target`, an IPv4 broadcast address or (beginning with "u") an IPv6 multicast peer name,

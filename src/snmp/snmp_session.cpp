@@ -5,12 +5,14 @@
 #include "config/community.h"
 #include "config/text.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <clocale>
 #include <cstdlib>
 #include <cstring>
 #include <functional>
 #include <memory>
+#include <sys/socket.h>
 
 namespace
 {
@@ -23,6 +25,45 @@ constexpr size_t PRINTED_SIZE = 1024 + 2;
 /// A transport has no place for a context of its own.
 decltype(netsnmp_transport::f_send) g_library_send = nullptr;
 egress_plan g_plan;
+
+/// Where the session sends to. Both kinds of address begin with the family.
+struct sockaddr_storage target_of(const netsnmp_transport &transport)
+{
+    struct sockaddr_storage target = {};
+    if (transport.data != nullptr && transport.data_length > 0)
+        memcpy(&target, transport.data,
+               std::min(sizeof target, static_cast<size_t>(transport.data_length)));
+    return target;
+}
+
+struct sockaddr_in ipv4_target(const struct sockaddr_storage &target)
+{
+    struct sockaddr_in ipv4 = {};
+    memcpy(&ipv4, &target, sizeof ipv4);
+    return ipv4;
+}
+
+/// A socket that snmp.conf binds to an address (clientaddr) hears answers to that one alone: each
+/// interface is asked once then, from it.
+void heed_bound_address(int socket_fd, egress_plan *plan)
+{
+    struct sockaddr_storage own = {};
+    socklen_t size = sizeof own;
+    if (getsockname(socket_fd, reinterpret_cast<struct sockaddr *>(&own), &size) != 0 ||
+        own.ss_family != AF_INET || ipv4_target(own).sin_addr.s_addr == INADDR_ANY)
+        return;
+    egress_way *end = plan->ways;
+    for (size_t i = 0; i < plan->count; ++i) {
+        const unsigned interface = plan->ways[i].interface;
+        const bool is_asked = interface == plan->routed ||
+                              std::any_of(plan->ways, end, [interface](const egress_way &way) {
+                                  return way.interface == interface;
+                              });
+        if (!is_asked)
+            *end++ = {interface, ipv4_target(own).sin_addr};
+    }
+    plan->count = static_cast<size_t>(end - plan->ways);
+}
 
 bool has_value(const netsnmp_variable_list *variable)
 {
@@ -96,20 +137,30 @@ netsnmp_transport *snmp_transport_of(netsnmp_session *session)
 }
 
 // The library keeps one request id and one set of time-outs per request, so a request of its own
-// for each interface would be repeated through all of them. Taking the place of the transport's
-// send function, below the requests, keeps it one request.
+// for each way would be repeated by all of them. Taking the place of the transport's send function,
+// below the requests, keeps it one request.
 void snmp_send_everywhere(netsnmp_session *session, const egress_plan &plan)
 {
     netsnmp_transport *transport = snmp_transport_of(session);
-    if (transport == nullptr || plan.count == 0)
+    if (transport == nullptr || (plan.count == 0 && plan.by_route))
         return;
     g_plan = plan;
+    heed_bound_address(transport->sock, &g_plan);
     g_library_send = transport->f_send;
     // `data` is a pointer to what is sent, whose constness depends on the library's release.
     transport->f_send = [](netsnmp_transport *sender, auto data, int size, void **peer,
                            int *peer_size) -> int {
-        const auto send_once = [&] { return g_library_send(sender, data, size, peer, peer_size); };
-        return send_everywhere(sender->sock, g_plan, std::cref(send_once));
+        const struct sockaddr_storage target = target_of(*sender);
+        const bool ipv6 = target.ss_family == AF_INET6;
+        const auto send_once = [&](const egress_way *way) {
+            if (way != nullptr && !ipv6)
+                return send_ipv4_by(way, sender->sock, ipv4_target(target), data,
+                                    static_cast<size_t>(size));
+            if (ipv6 && set_ipv6_way(way, sender->sock) != 0)
+                return -1;
+            return g_library_send(sender, data, size, peer, peer_size);
+        };
+        return send_everywhere(g_plan, std::cref(send_once));
     };
 }
 

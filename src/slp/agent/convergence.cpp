@@ -1,6 +1,7 @@
 // The multicast convergence of RFC 2608, 6.3.
 #include "slp/agent/convergence.h"
 
+#include "io/egress.h"
 #include "io/socket.h"
 #include "io/stream.h"
 #include "io/wait.h"
@@ -9,6 +10,7 @@
 
 #include <algorithm>
 #include <arpa/inet.h>
+#include <functional>
 #include <string>
 #include <unordered_set>
 #include <vector>
@@ -113,7 +115,7 @@ SLPError slp_converge(const slp_settings &settings, const slp_request &request,
     const descriptor socket(slp_open_group_socket(settings.properties.multicast_ttl));
     if (socket.fd < 0)
         return SLP_NETWORK_INIT_FAILED;
-    const std::vector<slp_interface> interfaces = slp_list_interfaces(settings.properties);
+    const egress_plan plan = slp_plan_search(settings.properties);
     const struct sockaddr_in target = group_address(settings);
     search_context search = {socket, reader, context, slp_longest_message(settings.properties), {}};
     responder_list responders;
@@ -124,7 +126,10 @@ SLPError slp_converge(const slp_settings &settings, const slp_request &request,
             slp_build_request(request, SLP_FLAG_MULTICAST, responders.text);
         if (message.empty() || message.size() > search.longest_message)
             return is_repeated ? SLP_OK : SLP_BUFFER_OVERFLOW;
-        if (slp_send_to_group(socket.fd, interfaces, target, message) == 0)
+        const auto send_once = [&](const egress_way *way) {
+            return send_ipv4_by(way, socket.fd, target, message.data(), message.size());
+        };
+        if (send_everywhere(plan, std::cref(send_once)) < 0)
             return SLP_NETWORK_ERROR;
         // Counted from here: a process that was stopped meanwhile still waits for the answers.
         const int outcome = collect_answers(&search, {monotonic_us() + wait_us}, &responders);

@@ -1,46 +1,49 @@
-// The host's network interfaces that a search is sent over.
+// The ways that a search is sent by.
 #include "slp/agent/interfaces.h"
 
-#include "io/interface_addresses.h"
+#include "config/interface_choice.h"
+#include "io/interfaces.h"
 
 #include <algorithm>
 #include <arpa/inet.h>
-#include <net/if.h>
 
 namespace
 {
 
-bool is_wanted(const slp_properties &properties, unsigned flags, struct in_addr address)
+bool is_named(const slp_properties &properties, struct in_addr address)
 {
-    if ((flags & IFF_UP) == 0)
-        return false;
-    if (!properties.interfaces.empty()) {
-        char text[INET_ADDRSTRLEN] = "";
-        inet_ntop(AF_INET, &address, text, sizeof text);
-        const auto &named = properties.interfaces;
-        return std::find(named.begin(), named.end(), text) != named.end();
+    char text[INET_ADDRSTRLEN] = "";
+    inet_ntop(AF_INET, &address, text, sizeof text);
+    const auto &named = properties.interfaces;
+    return std::find(named.begin(), named.end(), text) != named.end();
+}
+
+bool can_be_named(const host_interface &interface)
+{
+    return g_interface_name != nullptr ? is_asked(interface, g_interface_name)
+                                       : (interface.flags & IFF_UP) != 0;
+}
+
+egress_plan plan_named(const host_interfaces &list, const slp_properties &properties)
+{
+    egress_plan plan = {};
+    for (size_t i = 0; i < list.address_count; ++i) {
+        const host_address &address = list.addresses[i];
+        const host_interface *interface = find_host_interface(&list, address.interface);
+        if (address.family == AF_INET && interface != nullptr && can_be_named(*interface) &&
+            is_named(properties, address.ipv4) && plan.count < EGRESS_WAYS_MAX)
+            plan.ways[plan.count++] = {address.interface, address.ipv4};
     }
-    const unsigned needed = properties.is_broadcast_only ? IFF_BROADCAST : IFF_MULTICAST;
-    return (flags & IFF_LOOPBACK) == 0 && (flags & needed) != 0;
+    return plan;
 }
 
 } // namespace
 
-std::vector<slp_interface> slp_list_interfaces(const slp_properties &properties)
+egress_plan slp_plan_search(const slp_properties &properties)
 {
-    std::vector<slp_interface> interfaces;
-    const interface_addresses addresses = list_interface_addresses();
-    for (const struct ifaddrs *entry = addresses.get(); entry != nullptr; entry = entry->ifa_next) {
-        if (entry->ifa_addr == nullptr || entry->ifa_addr->sa_family != AF_INET)
-            continue;
-        const struct in_addr address =
-            reinterpret_cast<const struct sockaddr_in *>(entry->ifa_addr)->sin_addr;
-        const int index = static_cast<int>(if_nametoindex(entry->ifa_name));
-        const bool listed =
-            std::any_of(interfaces.begin(), interfaces.end(),
-                        [index](const slp_interface &other) { return other.index == index; });
-        if (index != 0 && !listed && is_wanted(properties, entry->ifa_flags, address))
-            interfaces.push_back({index, address});
-    }
-    return interfaces;
+    const host_interface_list list = list_host_interfaces();
+    if (list && !properties.interfaces.empty())
+        return plan_named(*list, properties);
+    return plan_group(list.get(), g_interface_name,
+                      properties.is_broadcast_only ? IFF_BROADCAST : IFF_MULTICAST);
 }

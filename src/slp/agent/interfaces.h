@@ -1,17 +1,10 @@
-// The host's network interfaces that a search is sent over.
+// The ways that a search is sent by.
 #pragma once
 
+#include "io/egress.h"
 #include "slp/agent/properties.h"
 
-#include <netinet/in.h>
-#include <vector>
-
-struct slp_interface {
-    int index;
-    struct in_addr address; ///< its own, the source of what is sent over it
-};
-
-/// Returns the IPv4 interfaces that are up: those whose addresses net.slp.interfaces names, or,
-/// when it names none, all but the loopback that can multicast (or broadcast, when the properties
-/// say so). An interface with several addresses is listed once.
-std::vector<slp_interface> slp_list_interfaces(const slp_properties &properties);
+/// Returns the plan for the group, or for everybody when the properties say so. When
+/// net.slp.interfaces names addresses of the host, the search is sent from these alone, on any
+/// interface that is up.
+egress_plan slp_plan_search(const slp_properties &properties);

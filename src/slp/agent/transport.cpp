@@ -92,37 +92,6 @@ int slp_open_group_socket(int multicast_ttl)
     return opened.release();
 }
 
-int slp_send_to_group(int fd, const std::vector<slp_interface> &interfaces,
-                      const struct sockaddr_in &target, const std::vector<uint8_t> &message)
-{
-    int taken = 0;
-    errno = ENETUNREACH; // without any interface
-    struct sockaddr_in name = target;
-    struct iovec part = {const_cast<uint8_t *>(message.data()), message.size()};
-    for (const slp_interface &interface : interfaces) {
-        // Chooses the interface for multicast and for broadcast alike, on one socket.
-        struct in_pktinfo way = {};
-        way.ipi_ifindex = interface.index;
-        way.ipi_spec_dst = interface.address;
-        alignas(struct cmsghdr) uint8_t control[CMSG_SPACE(sizeof way)] = {};
-        struct msghdr datagram = {};
-        datagram.msg_name = &name;
-        datagram.msg_namelen = sizeof name;
-        datagram.msg_iov = &part;
-        datagram.msg_iovlen = 1;
-        datagram.msg_control = control;
-        datagram.msg_controllen = sizeof control;
-        struct cmsghdr *header = CMSG_FIRSTHDR(&datagram);
-        header->cmsg_level = IPPROTO_IP;
-        header->cmsg_type = IP_PKTINFO;
-        header->cmsg_len = CMSG_LEN(sizeof way);
-        memcpy(CMSG_DATA(header), &way, sizeof way);
-        if (sendmsg(fd, &datagram, 0) >= 0)
-            ++taken;
-    }
-    return taken;
-}
-
 int slp_open_unicast_socket(const struct sockaddr_in &target)
 {
     descriptor opened(socket(AF_INET, SOCK_DGRAM | SOCKET_FLAGS, 0));

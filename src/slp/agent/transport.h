@@ -2,8 +2,6 @@
 // as monotonic_us() counts them.
 #pragma once
 
-#include "slp/agent/interfaces.h"
-
 #include <cstddef>
 #include <cstdint>
 #include <netinet/in.h>
@@ -17,11 +15,6 @@ constexpr size_t SLP_STREAM_MESSAGE_MAX = size_t{4} * 1024 * 1024;
 /// Opens the UDP socket of a search that many agents may answer, with a receive buffer for a
 /// burst of answers. Returns the descriptor, or -1 (`errno`).
 int slp_open_group_socket(int multicast_ttl);
-
-/// Sends a message to `target` over each of the interfaces, one datagram per interface. Returns
-/// the number of interfaces that took it; 0: none (`errno`).
-int slp_send_to_group(int fd, const std::vector<slp_interface> &interfaces,
-                      const struct sockaddr_in &target, const std::vector<uint8_t> &message);
 
 /// Opens a UDP socket connected to one agent. Returns the descriptor, or -1 (`errno`).
 int slp_open_unicast_socket(const struct sockaddr_in &target);
