@@ -92,4 +92,6 @@ done
 # The manual's first example; what it prints, another test compares with a run.
 compare 'the report' "$(sed -n 's/\\-/-/g; /^\$ devscout$/,/^\.Ed/s/^ip: /&/p' share/man/man1/devscout.1)" \
     "$(sed -nE 's/^    (ip: [0-9a-f])/\1/p' README.md)"
+# The README's measurements are some of those that stand in their own document.
+! grep ' ms |' README.md | grep -vxFf docs/measurements.md || { echo 'README: not in docs/measurements.md'; status=1; }
 exit $status

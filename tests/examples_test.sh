@@ -18,7 +18,7 @@ same() # LABEL EXPECTED PRINTED
 # Hostile texts, names that several bear or that CUPS does not take, hosts that SLP cut.
 printers='# Legend: ip: 10.9.1.1 slp: 1,1,1,1 vendor: X dsc: ""
 ip: 10.9.1.10       slp: 1,1,0,1 snmp: 0,0,0 vendor: Taliven dsc: "QD-77 Series [LOBBY] Ground floor"
-ip: 10.9.1.20       slp: 0,0,0,0 snmp: 0,0,0 vendor: Orvel dsc: "Orvel Brightmoor X2 [STUDIO]"
+ip: 10.9.1.20       slp: 1,0,0,0 snmp: 0,0,0 vendor: Orvel dsc: "Orvel Brightmoor X2 [STUDIO]"
 ip: 10.9.1.70       slp: 1,1,1,0 snmp: 0,0,0 vendor:  dsc: ""
 ip: 10.9.1.71       slp: 1,0,1,0 snmp: 0,0,0 vendor:  dsc: " [lobby]"
 ip: 10.9.1.71       slp: 1,0,1,0 snmp: 0,0,0 vendor:  dsc: " [again]"
@@ -68,7 +68,7 @@ device for office: ipp://office/ipp/print' "$(CUPS_SERVER=$scratch/cups/socket "
             sh <<<"$1"; lpstat -v; kill "$cupsd"; wait "$cupsd"' "$scratch/cups" "$queues" 2>&1)"
 fi
 
-same 'inventory' '10.9.1.10 10.8.1.10|LOBBY|Taliven|QD-77|ipp lpr raw-tcp|Hall 1
+same 'inventory' '10.8.1.10 10.9.1.10|LOBBY|Taliven|QD-77|ipp lpr raw-tcp|Hall 1
 10.9.1.11|DESK|Taliven|QD-77||
 10.9.1.12|DESK|Orvel|QD-77||
 10.9.1.13 10.9.1.14|DESK||||
@@ -79,11 +79,11 @@ fd00:9::1:50 2001:db8:9::1:50||Pemberk|Folio 6||
 fd00:a::1:50 2001:db8:a::1:50||Pemberk|Folio 6||
 fd00:9::51||Pemberk|Folio 6||
 2001:db8:9:0:1::5 FE80::1:0:0:5%eth0||Pemberk|Folio 6||
-fe80::5||Pemberk|Folio 6||
-fd00:9::a01:1 2001:db8:9::10.1.0.1||||lpr|' "$(sed 's/ |/ slp: 0,0,0,0 snmp: 0,0,0 vendor:/' <<'END' |
+fd00::5||Pemberk|Folio 6||
+fd00:9::A01:1 2001:db8:9::10.1.0.1||||lpr|' "$(sed 's/ |/ slp: 0,0,0,0 snmp: 0,0,0 vendor:/' <<'END' |
 # addresses only
-ip: 10.9.1.10 slp: 1,1,0,0 snmp: 0,0,0 vendor: Taliven dsc: "QD-77 [LOBBY] Hall 1"
 ip: 10.8.1.10 slp: 1,0,1,1 snmp: 0,0,0 vendor:  dsc: " [LOBBY] Hall 1"
+ip: 10.9.1.10 slp: 1,1,0,0 snmp: 0,0,0 vendor: Taliven dsc: "QD-77 [LOBBY] Hall 1"
 ip: 10.9.1.10 | Taliven dsc: "QD-77 [LOBBY] Hall 1"
 ip: 10.9.1.11 | Taliven dsc: "QD-77 [DESK]"
 ip: 10.9.1.12 | Orvel dsc: "QD-77 [DESK]"
@@ -99,21 +99,22 @@ ip: 2001:db8:a::1:50 | Pemberk dsc: "Folio 6"
 ip: fd00:9::51 | Pemberk dsc: "Folio 6"
 ip: 2001:db8:9:0:1::5 | Pemberk dsc: "Folio 6"
 ip: FE80::1:0:0:5%eth0 | Pemberk dsc: "Folio 6"
-ip: fe80::5 | Pemberk dsc: "Folio 6"
-ip: fd00:9::a01:1 slp: 1,0,1,0 snmp: 0,0,0 vendor:  dsc: ""
+ip: fd00::5 | Pemberk dsc: "Folio 6"
+ip: fd00:9::A01:1 slp: 1,0,1,0 snmp: 0,0,0 vendor:  dsc: ""
 ip: 2001:db8:9::10.1.0.1 |  dsc: ""
+ip: 10.9.1.17 |  dsc: ""
 END
     "$examples/inventory" | tr '\t' '|')"
 
 # A stand-in of devscout: its list, what it says on standard error, its status.
-printf '#!/bin/sh\ncat "$LISTED"\nprintf "$SAID" >&2\nexit "$ENDED"\n' >"$scratch/bin/devscout"
+printf '#!/bin/sh\ncat "$1"\nprintf "$SAID" >&2\nexit "$ENDED"\n' >"$scratch/bin/devscout"
 chmod +x "$scratch/bin/devscout"
 printf '# No total\n' >"$scratch/cut"
 run_watch() # LOCALE LIST SAID STATUS: the watch's output and status
 {
     echo "$2 $3"
-    LC_ALL=$1 LISTED=$scratch/$2 SAID=$3 ENDED=$4 PATH=$scratch/bin:$PATH \
-        "$examples/watch/devscout-watch" "$scratch/kept" 2>/dev/null || echo "status $?"
+    LC_ALL=$1 SAID=$3 ENDED=$4 PATH=$scratch/bin:$PATH \
+        "$examples/watch/devscout-watch" "$scratch/kept" "$scratch/$2" 2>/dev/null || echo "status $?"
 }
 list() # NAME LINE...
 {
@@ -145,7 +146,7 @@ other
 went: 10.9.1.10 slp: 0,0,0,0 vendor:  dsc: "\t'"'"'$(ä)"
 changed: 10.9.1.2 slp: 1,1,1,0 vendor:  dsc: "A"
     was: 10.9.1.2 slp: 1,0,1,0 vendor:  dsc: "A"
-named 
+named noise\n
 came: 10.9.1.10 slp: 0,0,0,0 vendor:  dsc: "\t'"'"'$(ä)"
 changed: 10.9.1.2 slp: 1,0,1,0 vendor:  dsc: "A [HALL]"
     was: 10.9.1.2 slp: 1,1,1,0 vendor:  dsc: "A"
@@ -156,7 +157,7 @@ went: fd00::1 slp: 1,0,1,0 vendor:  dsc: "A"' "$(
     run_watch C cut '' 0
     run_watch C both 'devscout: slp: killed\n' 124
     run_watch C.UTF-8 other '' 0
-    run_watch C named '' 0)"
+    run_watch C named 'noise\n' 0)"
 same 'what the watch keeps' list "$(ls "$scratch/kept")"
 
 # The real program, among two devices and then one.
