@@ -86,6 +86,7 @@ TEST(Text, IsPrintedWithoutWhatCouldForgeALine)
         {"\xc3\xbc \xc3", "\xc3\xbc "},
         {"a\xe2\x80", "a"},
         {"a\xed", "a"},
+        {"a\xf0", "a"},
         {"a\xf4\x8f\xbf", "a"},
         {"\xed\xa0", "\xc3\xad\xc2\xa0"},
         {"\xf4\x90", "\xc3\xb4 "},
