@@ -68,7 +68,7 @@ int utf8_read(const char *text, size_t length, uint32_t *character)
         if ((first & form.mask) != form.lead)
             continue;
         uint32_t value = first & static_cast<uint8_t>(~form.mask);
-        const int present = static_cast<int>(std::min<size_t>(form.length, length));
+        const int present = static_cast<int>(std::min(static_cast<size_t>(form.length), length));
         for (int i = 1; i < present; ++i) {
             const auto next = static_cast<uint8_t>(text[i]);
             if ((next & 0xC0) != 0x80)
