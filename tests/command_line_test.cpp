@@ -16,8 +16,11 @@ namespace
 /// The settings as one line: run, methods, flags, debug level, community, address.
 std::string summarize(const run_settings &settings)
 {
-    static const char *const RUNS[] = {"parent", "child", "describe", "inquire"};
+    static const char *const RUNS[] = {"parent",  "child", "describe",
+                                       "inquire", "usage", "version"};
     std::string text = RUNS[static_cast<int>(settings.kind)];
+    if (settings.kind == run_kind::usage || settings.kind == run_kind::version)
+        return text;
     for (size_t i = 0; i < METHOD_COUNT; ++i) {
         if (settings.methods[i])
             text += std::string(" ") + METHODS[i].word;
@@ -74,6 +77,13 @@ TEST(CommandLine, SelectsRunsAndSettings)
         {{"--snmpx6", "--nodeqx", "--snmp", "--scanners", "-d7", "-d"},
          "# Mode snmp\n# Mode nodeq\n# Mode snmp\nparent nodeq snmp scanner d7"},
         {{"word", "-d3", "--sn", "--ALL", "-S"}, "parent d3"},
+        {{"-c", "private", "--help"}, "usage"},
+        {{"--snmp", "-s", "word", "-h", "--version"}, "# Mode snmp\nusage"},
+        {{"-d2", "--version"}, "version"},
+        {{"-c", "--help"}, defaults + " c=--help"},
+        {{"-I", "--version"}, "inquire @--version"},
+        {{"-R", "10.0.0.5", "--help"}, "describe @10.0.0.5"},
+        {{"--helpful", "-hx", "--versions", "--slp"}, "# Mode slp\nparent slp"},
     };
     for (const auto &c : cases) {
         std::vector<std::string> words = c.words;
@@ -83,11 +93,11 @@ TEST(CommandLine, SelectsRunsAndSettings)
                        [](std::string &word) { return word.data(); });
         g_community_name = DEFAULT_COMMUNITY;
         g_thorough = false;
-        std::string summary;
-        const std::string modes = printed_by([&] {
-            summary = summarize(read_command_line(static_cast<int>(words.size()), argv.data()));
-        });
-        EXPECT_EQ(modes + summary, c.summary) << testing::PrintToString(c.words);
+        const auto count = static_cast<int>(words.size());
+        run_settings settings;
+        EXPECT_EQ(printed_by([&] { settings = read_command_line(count, argv.data()); }), "");
+        const std::string modes = printed_by([&] { print_mode_lines(settings); });
+        EXPECT_EQ(modes + summarize(settings), c.summary) << testing::PrintToString(c.words);
     }
     g_community_name = DEFAULT_COMMUNITY;
     g_thorough = false;

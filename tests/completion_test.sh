@@ -14,14 +14,18 @@ ip()
     echo '10.9.1.10 dev eth1 lladdr 02:00:0a:09:01:0b STALE'
 }
 
+# shellcheck disable=SC2317 # likewise
+compopt() { no_blank=+; }
+
 status=0
 completes() # LINE COMPLETION...
 {
-    COMP_LINE=$1 COMP_POINT=${#1} COMP_WORDBREAKS=$' \t\n:' COMPREPLY=()
+    COMP_LINE=$1 COMP_POINT=${#1} COMP_WORDBREAKS=$' \t\n:' COMPREPLY=() no_blank=
     _devscout
     shift
-    [ "${COMPREPLY[*]}" = "$*" ] || { echo "'$COMP_LINE' becomes '${COMPREPLY[*]}', not '$*'"; status=1; }
+    [ "${COMPREPLY[*]}$no_blank" = "$*" ] || { echo "'$COMP_LINE' becomes '${COMPREPLY[*]}', not '$*'"; status=1; }
 }
+completes 'devscout -d' -d+
 completes 'devscout --sn' --snmp --snmp6
 completes 'devscout -c vesper --ti' --time
 completes 'devscout -c '

@@ -34,11 +34,17 @@ methods=$(tr -s '\n ' ' ' <src/driver/method.h |
 
 options_read=$(rows | cut -d' ' -f1; cut -d' ' -f1 <<<"$methods")
 compare 'options in the manual' "$options_read" "$(manual_options <share/man/man1/devscout.1)"
-compare 'leading options in the manual' "$(rows | grep -v among_methods | cut -d' ' -f1)" \
-    "$(sed -n '/^\.Ss Leading/,/^\.Ss Meth/p' share/man/man1/devscout.1 | manual_options)"
+while IFS=: read -r heading place; do
+    compare "options in the manual under $heading" "$(rows | grep " $place " | cut -d' ' -f1)" \
+        "$(sed -n "/^\.Ss $heading\$/,/^\.S[hs]/p" share/man/man1/devscout.1 | manual_options)"
+done < <(sed -nE 's/.*print_options\("(.*)", option_place::([a-z_]+)\);/\1:\2/p' src/driver/usage.cpp)
+compare 'the synopsis' "$(sed -nE 's/.*"(Usage:|      ) (devscout [^"]*)\\n".*/\2/p' src/driver/usage.cpp)" \
+    "$(sed -n '/^\.Sh SYNOPSIS/,/^\.Sh DESC/ { /^\.Sh/d; p }' share/man/man1/devscout.1 |
+        sed -E 's/^\.Nm$/@devscout/; s/Fl /-/g; s/Ar ([a-z]+)( \.)?/\U\1\2/g; s/^\.Op (.*) \.\.\./ [\1...]/; s/^\.-/ -/' |
+        tr -d '\n' | tr @ '\n' | sed 1d)"
 # shellcheck disable=SC2016 # the backticks are the README's
 compare 'options in the README' "$options_read" "$(grep '^|' README.md | grep -oE '`-[^` ]+' | options)"
-compare 'leading options in the README' "$(rows | grep -v 'among\|ADDRESS' | cut -d' ' -f1)" \
+compare 'leading options in the README' "$(rows | grep 'before_methods\|anywhere' | cut -d' ' -f1)" \
     "$(grep -oE '^Any argument besides [^.]* ends' README.md | options)"
 completion=share/bash-completion/completions/devscout
 compare 'options of the completion' "$options_read" "$(sed -n "/options='/,/'\$/p" $completion | options)"

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace
@@ -98,7 +99,6 @@ TEST(Terminal, KeepsDebugLinesWholeOnTheSameTerminal)
 
 TEST(Terminal, TellsWhatArgumentsMeanAndWhyNothingWasListed)
 {
-    const std::string usage = "Usage: devscout ([^\n]*\n){1,40}See devscout.1..\n";
     const struct {
         arguments given;
         std::string expected; ///< on standard error
@@ -106,12 +106,18 @@ TEST(Terminal, TellsWhatArgumentsMeanAndWhyNothingWasListed)
         {{"--snpm"}, R"(devscout: '--snpm' is no option and is ignored .see devscout.1..
 devscout: no method was selected, so nothing was asked .--all: the usual.
 )"},
-        {{"--nodeq", "-d", "a\033[2J\x9b!", "-c"},
-         "(devscout: '(-d|a [[]2J !|-c)' is no option[^\n]+\n){3}"},
-        {{"--version", "--scanner"}, "devscout " PROJECT_VERSION "\n"},
-        {{"-h"}, usage},
-        {{"--help"}, usage},
-        {{"-s", "--snpm", "--help"}, ""},
+        {{"--nodeq", "-d", "a\033[2J\x9b!", "-c"}, R"(devscout: '-d' lacks its LEVEL and is ignored
+devscout: 'a [[]2J !' is no option and is ignored .see devscout.1..
+devscout: '-c' lacks its COMMUNITY and is ignored
+)"},
+        {{"--nodeq", "-c", "public", "-R", "--slp", "x"}, R"(devscout: '-c' counts before .*
+devscout: '-R' counts before the methods only and is ignored
+devscout: 'x' is no option .*
+)"},
+        {{"-c", "--snmp", "--nodeq"}, "devscout: '--snmp' is taken for the COMMUNITY of '-c'\n"},
+        {{"-c", "-x", "--nodeq"}, ""},
+        {{"--scanner", "--slp"}, "devscout: scanners are found by SNMP only: [^\n]*\n"},
+        {{"-s", "--snpm"}, ""},
         {{"-R", "127.0.0.1", "--snpm"}, ""},
     };
     const scripted_run scripted(ONE_DEVICE);
@@ -124,6 +130,66 @@ devscout: no method was selected, so nothing was asked .--all: the usual.
         EXPECT_EQ(piped.err, "");
         EXPECT_EQ(without_seconds(session.printed), without_seconds(piped.out));
     }
+}
+
+TEST(Terminal, TellsWhatASingleDeviceRunWasNotGiven)
+{
+    const std::string begin = "WARNING: configuration file not found\n# Mode ";
+    const struct {
+        arguments given;
+        std::string expected;
+    } cases[] = {
+        {{"-c", "x\033", "-R", "127.0.0.1"},
+         "get_description\n(# ERROR: [^\n]*\n)*"
+         "devscout: 127.0.0.1 tells no make and model by SNMP .community 'x '.\n"},
+        {{"-I", "-s"},
+         "scanner_inquiry\ndevscout: '-s' is taken for the ADDRESS of '-I'\n"
+         "devscout: -s gives no scanner inquiry block on TCP port 9400\n"},
+    };
+    for (const auto &c : cases) {
+        constexpr terminal_settings FOR_ALL = {80, true};
+        const scripted_run scripted("");
+        program_session session(scripted.with(c.given), &FOR_ALL);
+        session.finish();
+        EXPECT_THAT(screen(session.written), testing::MatchesRegex(begin + c.expected));
+    }
+}
+
+TEST(Terminal, NamesTheOptionForLongQueuesOnce)
+{
+    for (const auto &[devices, option, lines] :
+         {std::tuple(31, "--snmp", 1U), {30, "--snmp", 0U}, {31, "--quick", 0U}}) {
+        const scripted_run scripted("\"-s --snmp\") for i in {1.." + std::to_string(devices) +
+                                    R"(}; do
+    echo "ip: 10.0.0.$i snmp: 1,1,0 vendor: V dsc: \"\""; done;;
+*) until [ -e "$here/end" ]; do sleep 0.05; done;;)");
+        program_session session(scripted.with({"--snmp", option}), &TERMINAL);
+        session.read_until(std::to_string(devices) + " to describe");
+        run_program(scripted.shell_run("touch \"$here/end\"", {}));
+        session.finish();
+        EXPECT_EQ(line_count(screen(session.written), "devscout: more than 30 devices to ask"),
+                  lines)
+            << session.written;
+    }
+}
+
+TEST(Terminal, PrintsHelpAndDoesNothingElse)
+{
+    const struct {
+        arguments given;
+        std::string expected;
+    } cases[] = {
+        {{"--nodeq", "--version", "--help"}, "devscout " PROJECT_VERSION "\n"},
+        {{"-s", "--slp", "--snpm", "-h"}, "Usage: devscout ([^\n]*\n)*See devscout.1..\n"},
+    };
+    const scripted_run scripted("*) touch \"$here/started\";;");
+    for (const auto &c : cases) {
+        program_session session(scripted.with(c.given), &TERMINAL);
+        EXPECT_EQ(session.finish(), 0);
+        EXPECT_THAT(session.printed, testing::MatchesRegex(c.expected));
+        EXPECT_EQ(session.written, "");
+    }
+    EXPECT_EQ(scripted.file("started"), "");
 }
 
 TEST(Terminal, EndsWithoutAMessageWhenItsReaderHasEnough)
@@ -151,8 +217,8 @@ devscout: devices of another SNMP community or another network stay unseen
     } cases[] = {
         {"", "--nodeq", asked},
         {"", "--nodeq | true", asked}, // nobody reads the report
-        {"ip link set eth0 down; ", "--nodeq --scanner",
-         "devscout: nodeq: Network is unreachable\n"
+        {"ip link set eth0 down; ", "--snmp --scanner",
+         "devscout: snmp: Network is unreachable\n"
          "devscout: no scanner was found: there is no interface to ask on\n"},
     };
     for (const auto &c : cases) {

@@ -2,7 +2,6 @@
 #include "driver/command_line.h"
 
 #include "config/text.h"
-#include "driver/method.h"
 #include "driver/options.h"
 
 #include <cstdio>
@@ -11,82 +10,80 @@
 namespace
 {
 
-/// What an argument may mean: a method, or another option.
-struct argument_meaning {
-    const method *chosen = nullptr;
-    const option *given = nullptr;
-    size_t length = 0; ///< characters of its word
-};
-
-/// The leading characters of an argument decide: the longest word that it begins with counts, so
-/// that "--snmp6" is not taken for "--snmp".
-argument_meaning find_meaning(const char *argument)
+/// Finds what the argument may mean by its leading characters: the longest word that it begins with
+/// counts, so that "--snmp6" is not taken for "--snmp". Returns what stands behind the word.
+const char *find_word(argument_meaning *meaning)
 {
-    argument_meaning meaning;
+    size_t longest = 0;
     for (const option &o : OPTIONS) {
         const size_t length = strlen(o.word);
-        if (length > meaning.length && begins_with(argument, o.word))
-            meaning = {nullptr, &o, length};
+        const bool whole = strcmp(meaning->text, o.word) == 0;
+        if (length > longest &&
+            (whole || (o.place != option_place::help && begins_with(meaning->text, o.word)))) {
+            longest = length;
+            meaning->given = &o;
+        }
     }
-    if (!begins_with(argument, "--"))
-        return meaning;
     for (const method &m : METHODS) {
         const size_t length = strlen("--") + strlen(m.word);
-        if (length > meaning.length && begins_with(argument + strlen("--"), m.word))
-            meaning = {&m, nullptr, length};
+        if (length > longest && begins_with(meaning->text, "--") &&
+            begins_with(meaning->text + strlen("--"), m.word)) {
+            longest = length;
+            meaning->given = nullptr;
+            meaning->chosen = &m;
+        }
     }
-    return meaning;
+    return meaning->text + longest;
 }
 
-/// Takes the option that stands first in `arguments`. Returns how many of them that took; 0 where
-/// it means nothing or lacks its value.
-int take_option(const argument_meaning &meaning, int count, char **arguments,
-                run_settings *settings)
+bool counts_at(option_place place, bool before_methods)
 {
-    const option &given = *meaning.given;
-    const char *value = arguments[0] + meaning.length;
-    if (has_separate_value(given))
-        value = count > 1 ? arguments[1] : "";
-    const bool lacks_value = has_separate_value(given) ? count < 2 : *value == '\0';
-    if (given.take == nullptr || (has_value(given) && lacks_value))
-        return 0;
-    given.take(settings, value);
-    return has_separate_value(given) ? 2 : 1;
-}
-
-/// Reads the options before the modes. Returns the index of the first argument of the mode scan,
-/// or `argc` when nothing is left to scan. A single-device run sets `kind` and `address`.
-int read_leading_options(int argc, char **argv, run_settings *settings)
-{
-    int i = 1;
-    while (i < argc && settings->address == nullptr) {
-        const argument_meaning meaning = find_meaning(argv[i]);
-        if (meaning.given == nullptr || meaning.given->place == option_place::among_methods)
-            break;
-        const int taken = take_option(meaning, argc - i, argv + i, settings);
-        if (taken == 0)
-            break;
-        i += taken;
-    }
-    return i;
-}
-
-/// Looks at the first argument of the mode scan. Returns how many arguments that took; 0 where it
-/// means nothing here.
-int read_mode_argument(int count, char **arguments, run_settings *settings)
-{
-    const argument_meaning meaning = find_meaning(arguments[0]);
-    if (meaning.chosen != nullptr) {
-        settings->methods[meaning.chosen - METHODS] = true;
-        printf("# Mode %s\n", meaning.chosen->word);
-        return 1;
-    }
-    if (meaning.given == nullptr || meaning.given->place == option_place::before_methods)
-        return 0;
-    return take_option(meaning, count, arguments, settings);
+    if (place == option_place::before_methods || place == option_place::single_device)
+        return before_methods;
+    return place != option_place::among_methods || !before_methods;
 }
 
 } // namespace
+
+argument_meaning understand_argument(const char *const *arguments, int count, bool before_methods)
+{
+    argument_meaning meaning = {arguments[0], nullptr, nullptr, nullptr, false};
+    const char *tail = find_word(&meaning);
+    if (meaning.given == nullptr) {
+        meaning.counts = meaning.chosen != nullptr && !before_methods;
+        return meaning;
+    }
+    const option &o = *meaning.given;
+    if (has_separate_value(o))
+        meaning.value = count > 1 ? arguments[1] : nullptr;
+    else if (*tail != '\0' || !has_value(o))
+        meaning.value = tail;
+    meaning.counts = meaning.value != nullptr && counts_at(o.place, before_methods);
+    return meaning;
+}
+
+argument_walk walk_arguments(const run_settings &settings)
+{
+    return {settings.arguments, settings.argument_count, true};
+}
+
+bool next_argument(argument_walk *walk, argument_meaning *meaning)
+{
+    if (walk->count <= 0)
+        return false;
+    *meaning = understand_argument(walk->rest, walk->count, walk->before_methods);
+    if (walk->before_methods && !meaning->counts) {
+        walk->before_methods = false;
+        *meaning = understand_argument(walk->rest, walk->count, false);
+    }
+    const bool counts = meaning->counts && meaning->given != nullptr;
+    const int taken = counts && has_separate_value(*meaning->given) ? 2 : 1;
+    walk->rest += taken;
+    walk->count -= taken;
+    if (counts && ends_command_line(*meaning->given))
+        walk->count = 0;
+    return true;
+}
 
 void select_default_methods(run_settings *settings)
 {
@@ -97,20 +94,30 @@ void select_default_methods(run_settings *settings)
 run_settings read_command_line(int argc, char **argv)
 {
     run_settings settings;
-    if (argc > 0)
+    if (argc > 0) {
         settings.program = argv[0];
-    int i = read_leading_options(argc, argv, &settings);
-    if (settings.address != nullptr)
-        return settings;
-    if (i >= argc)
-        select_default_methods(&settings);
-    char **const ignored = argv + i;
-    settings.ignored = ignored;
-    while (i < argc) {
-        const int taken = read_mode_argument(argc - i, argv + i, &settings);
-        if (taken == 0)
-            ignored[settings.ignored_count++] = argv[i];
-        i += taken > 0 ? taken : 1;
+        settings.arguments = argv + 1;
+        settings.argument_count = argc - 1;
     }
+    argument_walk walk = walk_arguments(settings);
+    argument_meaning meaning;
+    while (next_argument(&walk, &meaning)) {
+        if (meaning.chosen != nullptr)
+            settings.methods[meaning.chosen - METHODS] = true;
+        else if (meaning.counts)
+            meaning.given->take(&settings, meaning.value);
+    }
+    if (walk.before_methods && settings.address == nullptr)
+        select_default_methods(&settings);
     return settings;
+}
+
+void print_mode_lines(const run_settings &settings)
+{
+    argument_walk walk = walk_arguments(settings);
+    argument_meaning meaning;
+    while (next_argument(&walk, &meaning)) {
+        if (meaning.chosen != nullptr)
+            printf("# Mode %s\n", meaning.chosen->word);
+    }
 }

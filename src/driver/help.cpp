@@ -9,6 +9,7 @@
 #include "driver/options.h"
 #include "io/egress.h"
 #include "io/interfaces.h"
+#include "scan/scanner_inquiry.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -22,66 +23,46 @@ namespace
 constexpr size_t ARGUMENT_SIZE = 256; ///< a longer argument is shown cut
 constexpr size_t NAMES_SIZE = 42;     ///< as many as one line of 80 columns shows
 
-constexpr char SYNOPSIS[] =
-    "Usage: devscout [OPTION...] [METHOD...]\n"
-    "       devscout [OPTION...] -R ADDRESS\n"
-    "       devscout [OPTION...] -I ADDRESS\n"
-    "Finds network printers and scanners and prints one line for each of them.\n";
-
 bool at_terminal()
 {
     return isatty(STDERR_FILENO) != 0;
 }
 
-bool is_help_option(const char *argument)
+bool is_option(const char *text)
 {
-    return strcmp(argument, "--help") == 0 || strcmp(argument, "-h") == 0;
+    const argument_meaning meaning = understand_argument(&text, 1, false);
+    return meaning.chosen != nullptr || meaning.given != nullptr;
 }
 
-bool is_version_option(const char *argument)
+/// An option that counts may have taken another one for its value.
+void explain_taken(const option &o, const char *value)
 {
-    return strcmp(argument, "--version") == 0;
+    char shown[ARGUMENT_SIZE];
+    if (has_separate_value(o) && is_option(value))
+        fprintf(stderr, "devscout: '%s' is taken for the%s of '%s'\n",
+                printable_text(shown, value, sizeof shown), o.value, o.word);
 }
 
-/// The ignored arguments that are such an option.
-template<typename Kind>
-bool is_asked(const run_settings &settings, Kind is_kind)
-{
-    return std::any_of(settings.ignored, settings.ignored + settings.ignored_count, is_kind);
-}
-
-void print_usage_line(const char *dashes, const char *word, const char *value, const char *help)
-{
-    const int width = 18 - static_cast<int>(strlen(dashes) + strlen(word));
-    fprintf(stderr, "  %s%s%-*s %s\n", dashes, word, width, value, help);
-}
-
-void print_options(const char *heading, option_place place)
-{
-    fprintf(stderr, "\n%s:\n", heading);
-    for (const option &o : OPTIONS) {
-        if (o.place == place)
-            print_usage_line("", o.word, o.value, o.help);
-    }
-}
-
-void print_usage()
-{
-    fputs(SYNOPSIS, stderr);
-    print_options("Before the methods", option_place::before_methods);
-    print_options("Before or among the methods", option_place::anywhere);
-    fputs("\nMethods:\n", stderr);
-    for (const method &m : METHODS)
-        print_usage_line("--", m.word, "", m.help);
-    print_options("Among the methods", option_place::among_methods);
-    fputs("\nSee devscout(1).\n", stderr);
-}
-
-void explain_ignored(const char *argument)
+void explain_ignored(const argument_meaning &meaning)
 {
     char text[ARGUMENT_SIZE];
-    fprintf(stderr, "devscout: '%s' is no option and is ignored (see devscout(1))\n",
-            printable_text(text, argument, sizeof text));
+    printable_text(text, meaning.text, sizeof text);
+    if (meaning.given == nullptr)
+        fprintf(stderr, "devscout: '%s' is no option and is ignored (see devscout(1))\n", text);
+    else if (meaning.value == nullptr)
+        fprintf(stderr, "devscout: '%s' lacks its %s and is ignored\n", text,
+                meaning.given->value + strspn(meaning.given->value, " "));
+    else
+        fprintf(stderr, "devscout: '%s' counts before the methods only and is ignored\n", text);
+}
+
+bool asks_for_scanners(const run_settings &settings)
+{
+    for (size_t i = 0; i < METHOD_COUNT; ++i) {
+        if (settings.methods[i] && METHODS[i].asks_devices)
+            return true;
+    }
+    return false;
 }
 
 /// Appends the interface's name to the enumeration, or an ellipsis where it does not fit.
@@ -129,26 +110,48 @@ void explain_arguments(const run_settings &settings)
 {
     if (!at_terminal())
         return;
-    for (int i = 0; i < settings.ignored_count; ++i) {
-        const char *argument = settings.ignored[i];
-        if (!is_help_option(argument) && !is_version_option(argument))
-            explain_ignored(argument);
+    argument_walk walk = walk_arguments(settings);
+    argument_meaning meaning;
+    const char *ignored_value = nullptr; // of the argument before
+    while (next_argument(&walk, &meaning)) {
+        const bool is_value = meaning.given == nullptr && meaning.text == ignored_value;
+        ignored_value = meaning.value;
+        if (meaning.counts && meaning.given != nullptr)
+            explain_taken(*meaning.given, meaning.value);
+        else if (!meaning.counts && !is_value)
+            explain_ignored(meaning);
     }
-    if (is_asked(settings, is_version_option))
-        fputs("devscout " DEVSCOUT_VERSION "\n", stderr);
-    if (is_asked(settings, is_help_option))
-        print_usage();
+}
+
+void explain_missing_answer(const run_settings &settings)
+{
+    if (!at_terminal() || isatty(STDOUT_FILENO) == 0)
+        return;
+    explain_arguments(settings);
+    char address[ARGUMENT_SIZE];
+    char community[ARGUMENT_SIZE];
+    printable_text(address, settings.address, sizeof address);
+    printable_text(community, g_community_name, sizeof community);
+    if (settings.kind == run_kind::get_description)
+        fprintf(stderr, "devscout: %s tells no make and model by SNMP (community '%s')\n", address,
+                community);
+    else
+        fprintf(stderr, "devscout: %s gives no scanner inquiry block on TCP port %d\n", address,
+                INQUIRY_PORT);
 }
 
 void explain_empty_report(const run_settings &settings)
 {
-    if (!at_terminal() || is_asked(settings, is_help_option) ||
-        is_asked(settings, is_version_option))
+    if (!at_terminal())
         return;
     const bool *const methods = settings.methods;
     if (std::find(methods, methods + METHOD_COUNT, true) == methods + METHOD_COUNT) {
         fputs("devscout: no method was selected, so nothing was asked (--all: the usual)\n",
               stderr);
+        return;
+    }
+    if (settings.scanner && !asks_for_scanners(settings)) {
+        fputs("devscout: scanners are found by SNMP only: --snmp, --snmp6 or --all\n", stderr);
         return;
     }
     const char *kind = settings.scanner ? "scanner" : "printer";

@@ -4,9 +4,12 @@
 
 #include "driver/command_line.h"
 
-/// Tells which arguments mean nothing; with "--help" or "-h" the usage, with "--version" name and
-/// version. The run goes on after that.
+/// Tells which arguments mean nothing, and which are taken for another one's value.
 void explain_arguments(const run_settings &settings);
 
 /// Tells what may be the reason that a run has listed nothing.
 void explain_empty_report(const run_settings &settings);
+
+/// Tells what a single-device run was not given. As such runs are children too, only where standard
+/// output goes to a terminal as well.
+void explain_missing_answer(const run_settings &settings);

@@ -3,6 +3,7 @@
 #include "driver/command_line.h"
 #include "driver/report.h"
 #include "driver/runs.h"
+#include "driver/usage.h"
 
 #include <csignal>
 #include <cstdio>
@@ -36,6 +37,13 @@ void outlive_closed_pipes()
 
 int run(const run_settings &settings)
 {
+    if (settings.kind == run_kind::usage || settings.kind == run_kind::version) {
+        settings.kind == run_kind::usage ? print_usage() : print_version();
+        return EXIT_SUCCESS;
+    }
+    if (read_oem_config(settings.program) != 0)
+        puts("WARNING: configuration file not found");
+    print_mode_lines(settings);
     switch (settings.kind) {
     case run_kind::child:
         return run_child(settings);
@@ -43,10 +51,9 @@ int run(const run_settings &settings)
         return run_get_description(settings);
     case run_kind::scanner_inquiry:
         return run_scanner_inquiry(settings);
-    case run_kind::parent:
-        break;
+    default:
+        return run_parent(settings);
     }
-    return run_parent(settings);
 }
 
 } // namespace
@@ -55,7 +62,5 @@ int main(int argc, char **argv)
 {
     hold_standard_descriptors();
     outlive_closed_pipes();
-    if (read_oem_config(argc > 0 ? argv[0] : "") != 0)
-        puts("WARNING: configuration file not found");
     return finish_output(run(read_command_line(argc, argv)));
 }

@@ -37,11 +37,12 @@ inline int discover_by_slp(device_list *devices, const char *)
 /// In the order in which they run and are started.
 inline constexpr method METHODS[] = {
     {"nodeq", 3, true, false, nullptr, discover_using_nodeq, IPV4_TARGET,
-     "after discover_using_nodeq", AF_INET, 6000, "nodeq"},
+     "after discover_using_nodeq", AF_INET, 6000,
+     "nodeq, a protocol of the devices' own, over IPv4"},
     {"nodeq6", 4, false, false, nullptr, discover_using_nodeq, IPV6_TARGET,
      "after discover_using_nodeq6", AF_INET6, 6000, "finds nothing: nodeq has no IPv6"},
     {"slp", 2, true, false, nullptr, discover_by_slp, nullptr, "after discover_using_slp", AF_INET,
-     427, "Service Location Protocol"},
+     427, "Service Location Protocol, over IPv4"},
     {"snmp", 0, true, true, "devscout_snmp", discover_using_netsnmp, IPV4_TARGET,
      "after discover_using_netsnmp", AF_INET, 161, "SNMP over IPv4"},
     {"snmp6", 1, true, true, "devscout_snmp6", discover_using_netsnmp, IPV6_TARGET,

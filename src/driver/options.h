@@ -11,8 +11,10 @@
 
 enum class option_place {
     before_methods,
-    among_methods, ///< ends the options before the methods, as a method does
     anywhere,
+    among_methods, ///< ends the options before the methods, as a method does
+    single_device, ///< before the methods; nothing behind its value is read
+    help,          ///< anywhere, as a whole word; nothing behind it is read
 };
 
 struct option {
@@ -20,7 +22,7 @@ struct option {
     const char *value; ///< "": none; "NAME": must follow the word at once; " NAME": next argument
     option_place place;
     const char *help; ///< its line of the usage, below 60 characters
-    /// Notes that the option was given; nullptr: it counts as unknown.
+    /// Notes that the option was given.
     void (*take)(run_settings *settings, const char *value);
     /// What a child of that kind is given behind the word, "" where it has no value; nullptr: it
     /// is started without the option, as all are where this is none.
@@ -59,22 +61,24 @@ inline constexpr option OPTIONS[] = {
      [](run_settings *settings, const char *) { settings->time_marks = true; }, nullptr},
     {"-s", "", option_place::among_methods, "run the methods in this process",
      [](run_settings *settings, const char *) { settings->kind = run_kind::child; }, nullptr},
-    {"-R", " ADDRESS", option_place::before_methods, "describe one device",
+    {"-R", " ADDRESS", option_place::single_device, "describe one device",
      [](run_settings *settings, const char *value) {
          settings->kind = run_kind::get_description;
          settings->address = value;
      },
      nullptr},
-    {"-I", " ADDRESS", option_place::before_methods,
-     "print the scanner inquiry block of one device",
+    {"-I", " ADDRESS", option_place::single_device, "print the scanner inquiry block of one device",
      [](run_settings *settings, const char *value) {
          settings->kind = run_kind::scanner_inquiry;
          settings->address = value;
      },
      nullptr},
-    {"--help", "", option_place::among_methods, "print this text", nullptr, nullptr},
-    {"-h", "", option_place::among_methods, "the same", nullptr, nullptr},
-    {"--version", "", option_place::among_methods, "print name and version", nullptr, nullptr},
+    {"--help", "", option_place::help, "print this text and do nothing else",
+     [](run_settings *settings, const char *) { settings->kind = run_kind::usage; }, nullptr},
+    {"-h", "", option_place::help, "the same",
+     [](run_settings *settings, const char *) { settings->kind = run_kind::usage; }, nullptr},
+    {"--version", "", option_place::help, "print name and version and do nothing else",
+     [](run_settings *settings, const char *) { settings->kind = run_kind::version; }, nullptr},
 };
 
 constexpr bool has_value(const option &o)
@@ -86,4 +90,10 @@ constexpr bool has_value(const option &o)
 constexpr bool has_separate_value(const option &o)
 {
     return o.value[0] == ' ';
+}
+
+/// Whether nothing behind the option is read.
+constexpr bool ends_command_line(const option &o)
+{
+    return o.place == option_place::single_device || o.place == option_place::help;
 }

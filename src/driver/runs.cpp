@@ -121,6 +121,8 @@ int run_get_description(const run_settings &settings)
     getdesc_netsnmp(dsc, sizeof dsc, settings.address, settings.quick);
     if (dsc[0] != '\0')
         print_description_line(settings.address, dsc);
+    else
+        explain_missing_answer(settings);
     return EXIT_SUCCESS;
 }
 
@@ -128,8 +130,10 @@ int run_scanner_inquiry(const run_settings &settings)
 {
     puts("# Mode scanner_inquiry");
     uint8_t block[SCAN_BLOCK_SIZE] = {};
-    if (scanner_inquiry(settings.address, block, sizeof block, settings.debug_level) == 0)
+    if (scanner_inquiry(settings.address, block, sizeof block, settings.debug_level) == 0) {
+        explain_missing_answer(settings);
         return EXIT_FAILURE;
+    }
     print_hex_block(stdout, block, sizeof block);
     return EXIT_SUCCESS;
 }

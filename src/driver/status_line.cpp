@@ -16,9 +16,11 @@ namespace
 
 constexpr size_t STATUS_SIZE = 256;
 constexpr size_t DEFAULT_COLUMNS = 80;
+constexpr int MANY_REQUESTS = 30;
 constexpr int64_t REFRESH_US = 100 * MICROSECONDS_PER_MILLISECOND;
 
 char shown[STATUS_SIZE];     ///< what stands on the terminal; empty: nothing
+bool quick_named = false;    ///< whether the option for long queues was told of
 int64_t next_refresh_us = 0; ///< not earlier than this
 
 /// Whether the terminal is the process's to write on. A shell takes it back for a job that runs in
@@ -84,7 +86,17 @@ int count_requests(const parent_run *run)
     return count;
 }
 
-void compose_status(const parent_run *run, char *status, size_t size)
+/// Tells of the option for long queues, above the status line. Returns whether that was done.
+bool name_quick_option()
+{
+    if (!write_status(""))
+        return false;
+    fprintf(stderr, "devscout: more than %d devices to ask, three at a time: --quick is faster\n",
+            MANY_REQUESTS);
+    return true;
+}
+
+void compose_status(const parent_run *run, int requests, char *status, size_t size)
 {
     status[0] = '\0';
     for (int i = 0; i < CHILD_SLOT_COUNT; ++i) {
@@ -100,7 +112,6 @@ void compose_status(const parent_run *run, char *status, size_t size)
     snprintf(counts, sizeof counts, "%s%d device%s", status[0] != '\0' ? " " : "", devices,
              devices == 1 ? "" : "s");
     append_text(status, counts, size);
-    const int requests = count_requests(run);
     if (requests > 0) {
         snprintf(counts, sizeof counts, "  %d to %s", requests,
                  run->settings.scanner ? "inquire" : "describe");
@@ -118,14 +129,17 @@ int64_t show_status(const parent_run *run)
     const int64_t now = monotonic_us();
     if (now < next_refresh_us)
         return next_refresh_us - now;
+    const int requests = count_requests(run);
     char status[STATUS_SIZE];
-    compose_status(run, status, std::min(sizeof status, status_width() + 1));
+    compose_status(run, requests, status, std::min(sizeof status, status_width() + 1));
     if (strcmp(status, shown) == 0)
         return -1;
     if (!has_terminal()) {
         shown[0] = '\0';
         return -1;
     }
+    if (requests > MANY_REQUESTS && !run->settings.quick && !quick_named)
+        quick_named = name_quick_option();
     next_refresh_us = now + REFRESH_US;
     return write_status(status) ? -1 : REFRESH_US;
 }

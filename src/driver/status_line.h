@@ -7,8 +7,9 @@
 
 /// Brings the status line up to date: the methods still at work, the devices so far, and the
 /// descriptions or inquiries still to come. Where nothing has changed, where standard error is no
-/// terminal, and in the background nothing is written. Returns the microseconds after which it
-/// wants to be called again, because a change has come too early to be shown; -1: there is none.
+/// terminal, and in the background nothing is written. A long queue is told of once, with the
+/// option that makes it shorter. Returns the microseconds after which it wants to be called again,
+/// because a change has come too early to be shown; -1: there is none.
 int64_t show_status(const parent_run *run);
 
 /// Erases the status line. The next call of `show_status` writes it again.
