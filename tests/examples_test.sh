@@ -160,15 +160,17 @@ went: fd00::1 slp: 1,0,1,0 vendor:  dsc: "A"' "$(
     run_watch C named 'noise\n' 0)"
 same 'what the watch keeps' list "$(ls "$scratch/kept")"
 
-# The real program, among two devices and then one.
+# The real program: among two devices, without a network, and among one.
 mkdir "$scratch/real"
 printf '#!/bin/sh\nexec "%s/devscout" "$@"\n' "$BUILD" >"$scratch/bin/devscout"
 printf 'device 10.9.1.%s nodeq.a="Désk %%n"\n' 1 2 >"$scratch/two.fleet"
 sed -n 2p "$scratch/two.fleet" >"$scratch/one.fleet"
 same 'the watch in the lab' 'came: 10.9.1.1 slp: 0,0,0,0 vendor:  dsc: " [Désk 1]"
 came: 10.9.1.2 slp: 0,0,0,0 vendor:  dsc: " [Désk 1]"
-went: 10.9.1.1 slp: 0,0,0,0 vendor:  dsc: " [Désk 1]"' "$(for fleet in two two one; do
-    PATH=$scratch/bin:$PATH "$SOURCE/lab/lab" --simulator "$SIMULATOR" --fleet "$scratch/$fleet.fleet" -- \
-        "$examples/watch/devscout-watch" "$scratch/real" --nodeq 2>&1
+failed: nodeq: Network is unreachable
+went: 10.9.1.1 slp: 0,0,0,0 vendor:  dsc: " [Désk 1]"' "$(for step in 'two up' 'two up' 'one down' 'one up'; do
+    PATH=$scratch/bin:$PATH "$SOURCE/lab/lab" --simulator "$SIMULATOR" --fleet "$scratch/${step% *}.fleet" -- \
+        sh -c 'ip link set eth0 "$2" && "$0" "$1" --nodeq 2>&1' "$examples/watch/devscout-watch" \
+        "$scratch/real" "${step#* }"
 done)"
 exit $status
