@@ -5,7 +5,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <csignal>
+#include <cstring>
 #include <poll.h>
 #include <string>
 #include <sys/ioctl.h>
@@ -16,13 +18,19 @@ namespace
 
 constexpr terminal_settings TERMINAL;
 
+/// The letter of a process's state: T where it is stopped; Z or X where it has ended.
+char state_of(const std::string &pid)
+{
+    const std::string stat = content_of("/proc/" + pid + "/stat");
+    const size_t state = stat.rfind(") ");
+    return state == std::string::npos ? 'X' : stat[state + 2];
+}
+
 /// Whether a process has ended, or does so soon: one that was killed needs a moment for it.
 bool ends(const std::string &pid)
 {
     for (int turn = 0; turn < 200; ++turn, poll(nullptr, 0, 10)) {
-        const std::string stat = content_of("/proc/" + pid + "/stat");
-        const size_t state = stat.rfind(") ");
-        if (state == std::string::npos || stat[state + 2] == 'Z' || stat[state + 2] == 'X')
+        if (state_of(pid) == 'Z' || state_of(pid) == 'X')
             return true;
     }
     return false;
@@ -38,18 +46,28 @@ constexpr char LONG_CHILDREN[] = R"(
 
 TEST(Interrupted, EndsByTheSignalWithItsChildrenAndTheirs)
 {
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
+    constexpr int SIGNALS[] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT};
+    for (int turn = 0; turn < 8; ++turn) {
+        const int signal = SIGNALS[turn % 4];
+        const int second = SIGNALS[turn % 7 % 4]; // another one in the last turn
         const scripted_run scripted(LONG_CHILDREN);
         program_session session(scripted.with({"--nodeq", "--snmp"}), &TERMINAL);
         session.read_until("1 device  1 to describe");
         while (line_count(scripted.file("pids"), "") < 6)
             poll(nullptr, 0, 10);
+        const std::vector<std::string> pids = lines_of(scripted.file("pids"));
         kill(session.pid, signal);
         const int64_t start = monotonic_us();
+        // A second signal comes while the children are being killed.
+        while (std::all_of(pids.begin(), pids.end(), [](const std::string &pid) {
+            return strchr("TZX", state_of(pid)) == nullptr;
+        }))
+            continue;
+        kill(session.pid, second);
         const int status = session.finish();
         EXPECT_LT(monotonic_us() - start, 5 * MICROSECONDS_PER_SECOND);
         EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == signal) << status;
-        for (const std::string &pid : lines_of(scripted.file("pids")))
+        for (const std::string &pid : pids)
             EXPECT_TRUE(ends(pid)) << signal;
         EXPECT_EQ(screen(session.written) + session.printed, "");
     }
@@ -84,15 +102,20 @@ kill -TERM $!; wait $!; echo $?; sed -n '1p;$p' /tmp/devscout.log | cut -c 1-8; 
 
 TEST(Interrupted, ChildrenEndWhenNobodyReadsThem)
 {
-    // A device that keeps the SNMP child busy for a minute, and one that is slow to describe.
+    // A device that keeps the SNMP child busy for a minute, one that is slow to describe, and one
+    // to which no connection is made over IPv6.
     constexpr char FLEET[] = R"(device 10.9.1.1 id="MFG:A;CLS:PRINTER;" snmp.flood=60000
 device 10.9.1.2 id="MFG:B;CLS:PRINTER;" tcp=never
+device - id6=::3:1 id="MFG:C;CLS:PRINTER;" scan=whole
 )";
     const lab_result result = shell_in_lab({FLEET}, R"sh(
 count() { cat /proc/[0-9]*/comm 2>/dev/null | grep -c '^devscout$'; }
 gone() { for i in {1..50}; do [ "$(count)" = 0 ] && echo gone && return; sleep 0.1; done; }
 "$0" --all >/dev/null & sleep 1; [ "$(count)" -gt 3 ] && echo all; kill -KILL $!; gone
+nft 'table inet t { chain c { type filter hook input priority 0; tcp sport 9400 drop; }; }'
+inquires() { for i in {1..100}; do grep -qsz '^-I$' /proc/[0-9]*/cmdline && echo inquires && return; sleep 0.1; done; }
+"$0" --scanner --snmp6 >/dev/null & inquires; sleep 0.3; kill -KILL $!; gone
 "$0" -s --snmp > >(sleep 1) & gone
 )sh");
-    EXPECT_EQ(result.program.out, "all\ngone\ngone\n") << result.program.err;
+    EXPECT_EQ(result.program.out, "all\ngone\ninquires\ngone\ngone\n") << result.program.err;
 }

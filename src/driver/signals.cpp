@@ -47,9 +47,9 @@ void catch_interruptions()
         struct sigaction action = {};
         if (sigaction(signal, nullptr, &action) != 0 || action.sa_handler == SIG_IGN)
             continue;
-        // Without SA_RESTART: a write that nobody takes is to end too.
+        // Without SA_RESTART: a write that nobody takes is to end too. Without SA_RESETHAND: a
+        // second signal would end the process between stopping and killing a child.
         action.sa_handler = on_interruption;
-        action.sa_flags = static_cast<int>(SA_RESETHAND);
         action.sa_mask = interruption_set();
         sigaction(signal, &action, nullptr);
     }

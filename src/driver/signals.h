@@ -6,7 +6,7 @@
 
 /// From here on SIGINT, SIGTERM, SIGHUP and SIGQUIT, where they are not ignored, do not end the
 /// process: they are remembered, and whatever it prints on standard output after that goes
-/// nowhere. A second one of a kind ends it at once.
+/// nowhere. Each further one ends a wait of the system again.
 void catch_interruptions();
 
 /// The first signal that has interrupted the process; 0: none.

@@ -1,10 +1,28 @@
 // Whether anybody still reads what the process prints.
 #include "io/output.h"
 
+#include <cerrno>
+#include <csignal>
 #include <cstdlib>
+#include <fcntl.h>
 #include <poll.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+namespace
+{
+
+/// SIGIO also comes when somebody has read from a pipe that was full.
+void on_output_change(int)
+{
+    const int saved_errno = errno;
+    struct pollfd output = {STDOUT_FILENO, 0, 0};
+    if (poll(&output, 1, 0) > 0 && (output.revents & (POLLERR | POLLHUP)) != 0)
+        _exit(EXIT_FAILURE);
+    errno = saved_errno;
+}
+
+} // namespace
 
 int watched_output()
 {
@@ -19,6 +37,20 @@ void end_when_unread()
     struct pollfd output = {watched_output(), 0, 0};
     if (output.fd >= 0 && poll(&output, 1, 0) > 0)
         end_when_unread(output.revents);
+}
+
+void end_once_unread()
+{
+    const int fd = watched_output();
+    if (fd < 0)
+        return;
+    struct sigaction action = {};
+    action.sa_handler = on_output_change;
+    action.sa_flags = SA_RESTART;
+    sigaction(SIGIO, &action, nullptr);
+    fcntl(fd, F_SETOWN, getpid());
+    fcntl(fd, F_SETFL, fcntl(fd, F_GETFL) | O_ASYNC);
+    end_when_unread(); // it may have gone before
 }
 
 void end_when_unread(short revents)

@@ -10,5 +10,9 @@ int watched_output();
 /// terminal never ends the process.
 void end_when_unread();
 
+/// The same from here on, whatever the process does: for a call of the system that may block for
+/// minutes. It is restarted when the system tells of the output.
+void end_once_unread();
+
 /// The same for a wait that has watched the output: `revents` is what it has shown.
 void end_when_unread(short revents);

@@ -1,6 +1,7 @@
 // The scanner inquiry: asks one device for its 70-byte block over TCP.
 #include "scan/scanner_inquiry.h"
 
+#include "io/output.h"
 #include "io/stream.h"
 #include "records/device_list.h"
 #include "scan/tcp_connect.h"
@@ -15,7 +16,8 @@
 namespace
 {
 
-/// Connects to an IPv6 address, blocking. Returns the socket, or -1.
+/// Connects to an IPv6 address, blocking: for over two minutes where nobody answers. Returns the
+/// socket, or -1.
 int connect_ipv6(const char *ip)
 {
     struct sockaddr_in6 address = {};
@@ -24,6 +26,7 @@ int connect_ipv6(const char *ip)
     // No host name holds a ":": such a text is an address or nothing, and no name server is asked.
     if (inet_pton(AF_INET6, ip, &address.sin6_addr) <= 0)
         return -1;
+    end_once_unread();
     descriptor connection(socket(AF_INET6, SOCK_STREAM | SOCK_CLOEXEC, 0));
     if (connection.fd < 0 ||
         connect(connection.fd, reinterpret_cast<const struct sockaddr *>(&address),
