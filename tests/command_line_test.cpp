@@ -33,7 +33,9 @@ std::string summarize(const run_settings &settings)
         text += " d" + std::to_string(settings.debug_level);
     if (g_community_name != std::string(DEFAULT_COMMUNITY))
         text += std::string(" c=") + g_community_name;
-    return text + (settings.address == nullptr ? "" : std::string(" @") + settings.address);
+    for (size_t i = 0; i < settings.address_count; ++i)
+        text += std::string(i == 0 ? " @" : ",") + settings.addresses[i];
+    return text;
 }
 
 } // namespace
@@ -65,7 +67,7 @@ TEST(CommandLine, SelectsRunsAndSettings)
         {{"-c", "private", "-d5", "-Inquire", "-x"}, "inquire d5 c=private @-x"},
         {{"--quick"}, defaults + " quick"},
         {{"-d2", "--quick", "-c", "x"}, defaults + " quick d2 c=x"},
-        {{"--quick", "-R", "10.0.0.5"}, "describe quick @10.0.0.5"},
+        {{"--quick", "-R", "-x", "b", "c", "-d3", "d"}, "describe quick @-x,b,c"},
         {{"--quick", "--slp"}, "# Mode slp\nparent slp quick"},
         {{"-s", "--snmp", "--quickly"}, "# Mode snmp\nchild snmp quick"},
         {{"--thorough"}, defaults + " thorough"},

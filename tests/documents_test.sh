@@ -87,7 +87,7 @@ done
 
 # How long a description is awaited stands in documents too, and in what the benchmark expects.
 wait=$(sed -nE 's/^constexpr .*REQUEST_BUDGET_US = ([0-9]+) \* MICROSECONDS_PER_MILLISECOND;/\1/p' \
-    src/snmp/description_query.cpp)
+    src/snmp/description_query.h)
 for place in 'share/man/man1/devscout.1:whole @ ms' 'README.md:description,* @ ms' \
     'docs/measurements.md:description @ ms' 'script/bench:turns \* @)'; do
     pattern=${place#*:}

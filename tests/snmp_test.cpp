@@ -12,6 +12,7 @@
 
 #include <gtest/gtest.h>
 
+#include <arpa/inet.h>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -123,6 +124,43 @@ TEST(SnmpPeer, IsTheBracketedTextBehindItsMark)
         char ip[10] = "old";
         extract_peer_ip(ip, c.text, sizeof ip);
         EXPECT_STREQ(ip, c.ip) << c.text;
+    }
+}
+
+TEST(SnmpPeer, IsTheDeviceThatWasAskedByItsWholeAddress)
+{
+    const auto address = [](const char *ip, in_port_t port, unsigned zone) {
+        netsnmp_sockaddr_storage made = {};
+        made.sa.sa_family = strchr(ip, ':') == nullptr ? AF_INET : AF_INET6;
+        made.sin.sin_port = htons(port);
+        if (made.sa.sa_family == AF_INET)
+            inet_pton(AF_INET, ip, &made.sin.sin_addr);
+        else
+            inet_pton(AF_INET6, ip, &made.sin6.sin6_addr);
+        if (made.sa.sa_family == AF_INET6)
+            made.sin6.sin6_scope_id = zone;
+        return made;
+    };
+    const struct {
+        const char *ip;
+        in_port_t port;
+        unsigned zone;
+        const char *asked;
+        unsigned asked_zone;
+        bool same;
+    } cases[] = {
+        {"10.9.1.1", 161, 0, "10.9.1.1", 0, true},  {"10.9.1.1", 1161, 0, "10.9.1.1", 0, false},
+        {"10.9.1.2", 161, 0, "10.9.1.1", 0, false}, {"fe80::1", 161, 2, "fe80::1", 2, true},
+        {"fe80::1", 161, 3, "fe80::1", 2, false},   {"fe80::1", 161, 3, "fe80::1", 0, true},
+        {"fe80::2", 161, 2, "fe80::1", 2, false},   {"fe80::1", 161, 0, "10.9.1.1", 0, false},
+    };
+    for (const auto &c : cases) {
+        netsnmp_indexed_addr_pair data = {};
+        data.remote_addr = address(c.ip, c.port, c.zone);
+        netsnmp_pdu pdu = {};
+        pdu.transport_data = &data;
+        pdu.transport_data_length = sizeof data;
+        EXPECT_EQ(came_from(&pdu, address(c.asked, 161, c.asked_zone)), c.same) << c.ip << c.port;
     }
 }
 

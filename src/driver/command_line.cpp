@@ -4,6 +4,7 @@
 #include "config/text.h"
 #include "driver/options.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 
@@ -34,6 +35,14 @@ const char *find_word(argument_meaning *meaning)
         }
     }
     return meaning->text + longest;
+}
+
+/// The first argument is an address, and so are those behind it up to one that looks like an
+/// option.
+size_t count_addresses(char *const *arguments, char *const *end)
+{
+    const auto is_option = [](const char *argument) { return argument[0] == '-'; };
+    return static_cast<size_t>(std::find_if(arguments + 1, end, is_option) - arguments);
 }
 
 bool counts_at(option_place place, bool before_methods)
@@ -107,8 +116,12 @@ run_settings read_command_line(int argc, char **argv)
         else if (meaning.counts)
             meaning.given->take(&settings, meaning.value);
     }
-    if (walk.before_methods && settings.address == nullptr)
+    if (settings.address != nullptr) {
+        settings.addresses = argv + (walk.rest - argv) - 1;
+        settings.address_count = count_addresses(settings.addresses, argv + argc);
+    } else if (walk.before_methods) {
         select_default_methods(&settings);
+    }
     return settings;
 }
 

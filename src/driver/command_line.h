@@ -20,6 +20,8 @@ struct run_settings {
     char *const *arguments = {};   ///< those after it
     int argument_count = 0;        ///< of `arguments`
     const char *address = nullptr; ///< of the two single-device runs
+    char **addresses = nullptr;    ///< with --quick -R: the same and those behind it
+    size_t address_count = 0;
     int debug_level = 0;
     bool methods[METHOD_COUNT] = {}; ///< the selected ones, by their index in METHODS
     bool scanner = false;            ///< list scanners instead of printers

@@ -2,6 +2,7 @@
 #include "driver/runs.h"
 
 #include "driver/child_process.h"
+#include "driver/describe.h"
 #include "driver/help.h"
 #include "driver/lines.h"
 #include "driver/merge.h"
@@ -111,14 +112,17 @@ int run_child(const run_settings &settings)
 
 int run_get_description(const run_settings &settings)
 {
-    constexpr uint16_t SNMP_PORT = 161; // asked by UDP, probed by TCP: any answer shows the host
     puts("# Mode get_description");
+    if (settings.quick) {
+        describe_devices(settings.addresses, settings.address_count, settings.debug_level);
+        return EXIT_SUCCESS;
+    }
     if (probe_reachable(settings.address, SNMP_PORT, settings.debug_level) == 0) {
         print_unreachable_line(settings.address);
         return EXIT_SUCCESS;
     }
     char dsc[DSC_SIZE];
-    getdesc_netsnmp(dsc, sizeof dsc, settings.address, settings.quick);
+    getdesc_netsnmp(dsc, sizeof dsc, settings.address);
     if (dsc[0] != '\0')
         print_description_line(settings.address, dsc);
     else

@@ -11,7 +11,7 @@ namespace
 {
 
 constexpr char SYNOPSIS[] = "Usage: devscout [OPTION...] [METHOD...]\n"
-                            "       devscout [OPTION...] -R ADDRESS\n"
+                            "       devscout [OPTION...] -R ADDRESS ...\n"
                             "       devscout [OPTION...] -I ADDRESS\n"
                             "       devscout --help | --version\n";
 

@@ -57,7 +57,7 @@ probe_state begin_probe(probe *probed, struct in_addr address, uint16_t port)
     return probe_state::reachable;
 }
 
-size_t poll_probe(const probe &probed, struct pollfd (&polled)[PROBE_SOCKETS])
+size_t poll_probe(const probe &probed, struct pollfd *polled)
 {
     size_t count = 0;
     for (const descriptor &socket : probed.sockets) {

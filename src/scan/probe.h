@@ -29,8 +29,9 @@ struct probe {
 /// Begins to probe a port: nothing of the last address that the record has probed is kept.
 probe_state begin_probe(probe *probed, struct in_addr address, uint16_t port);
 
-/// Fills in what shows that a step is due, POLLOUT on each open socket. Returns how many.
-size_t poll_probe(const probe &probed, struct pollfd (&polled)[PROBE_SOCKETS]);
+/// Fills in what shows that a step is due, POLLOUT on each open socket, PROBE_SOCKETS at most.
+/// Returns how many.
+size_t poll_probe(const probe &probed, struct pollfd *polled);
 
 /// Looks what has been answered, and makes the next attempt once that is due; for a call that
 /// comes late, what has arrived by then counts. The sockets are closed as soon as nothing is

@@ -19,13 +19,13 @@ namespace
 
 constexpr int TIMES_DEBUG_LEVEL = 5;
 
-void print_time(const char *when, const char *what, int debug_level)
+} // namespace
+
+void print_wait_time(const char *when, const char *what, int debug_level)
 {
     if (debug_level >= TIMES_DEBUG_LEVEL)
         printf("# time %s select on %s is %s\n", when, what, timestamp_str());
 }
-
-} // namespace
 
 int open_tcp_socket()
 {
@@ -53,9 +53,9 @@ int tcp_connect_timeout(const char *host, uint16_t port, int debug_level)
 
 int wait_with_times(int socket_fd, short events, const char *what, int debug_level)
 {
-    print_time("before", what, debug_level);
+    print_wait_time("before", what, debug_level);
     const int ready = wait_or_end(socket_fd, events, TCP_WAIT_US);
-    print_time(" after", what, debug_level);
+    print_wait_time(" after", what, debug_level);
     return ready > 0 ? 1 : 0;
 }
 
@@ -70,7 +70,7 @@ int probe_reachable(const char *ip, uint16_t port, int debug_level)
     probe_state state = begin_probe(&probed, address, port);
     const bool waits = state == probe_state::waiting;
     if (waits)
-        print_time("before", "open", debug_level);
+        print_wait_time("before", "open", debug_level);
     while (state == probe_state::waiting) {
         struct pollfd polled[PROBE_SOCKETS];
         const size_t count = poll_probe(probed, polled);
@@ -78,6 +78,6 @@ int probe_reachable(const char *ip, uint16_t port, int debug_level)
         state = step_probe(&probed);
     }
     if (waits)
-        print_time(" after", "open", debug_level);
+        print_wait_time(" after", "open", debug_level);
     return state == probe_state::reachable ? 1 : 0;
 }

@@ -10,6 +10,9 @@ struct sockaddr_in;
 
 constexpr int64_t TCP_WAIT_US = 200 * MICROSECONDS_PER_MILLISECOND;
 
+/// Prints the time "before" or " after" a wait for `what` with a debug level of 5 or more.
+void print_wait_time(const char *when, const char *what, int debug_level);
+
 /// Returns a non-blocking TCP socket, or -1.
 int open_tcp_socket();
 

@@ -3,7 +3,6 @@
 
 #include "config/text.h"
 #include "io/output.h"
-#include "io/wait.h"
 #include "snmp/classify.h"
 #include "snmp/snmp_session.h"
 
@@ -16,7 +15,6 @@
 namespace
 {
 
-constexpr int64_t REQUEST_BUDGET_US = 200 * MICROSECONDS_PER_MILLISECOND;
 constexpr size_t PEER_NAME_SIZE = 48;
 constexpr size_t WORD_SIZE = 256; ///< vendor word and model text
 constexpr size_t VALUE_TEXT_SIZE = 512;
@@ -81,23 +79,8 @@ answer_field field_for(getdesc_answers *answers, const oid *name, size_t name_le
     return {answers->device_id_value, sizeof answers->device_id_value};
 }
 
-/// Whether each of the objects that were asked for has a value.
-bool has_all(getdesc_answers *answers, const char *const *objects, size_t count)
-{
-    for (size_t i = 0; i < count; ++i) {
-        oid numbers[MAX_SUBIDENTIFIERS];
-        const size_t length = parse_oid_text(objects[i], numbers);
-        const answer_field field = field_for(answers, numbers, length);
-        if (field.text == nullptr || field.text[0] == '\0')
-            return false;
-    }
-    return true;
-}
-
-/// Reads answers until the budget is used up: a later answer replaces an earlier one. With `quick`
-/// the wait ends as soon as each of the objects has a value.
-void wait_for_answers(netsnmp_session *session, bool quick, getdesc_answers *answers,
-                      const char *const *objects, size_t count)
+/// Reads answers until the budget is used up: a later answer replaces an earlier one.
+void wait_for_answers(netsnmp_session *session)
 {
     const int64_t deadline = monotonic_us() + REQUEST_BUDGET_US;
     snmp_descriptor_set descriptors;
@@ -120,7 +103,7 @@ void wait_for_answers(netsnmp_session *session, bool quick, getdesc_answers *ans
         if (ready <= 0)
             return;
         snmp_read2(&descriptors.set);
-        if (remaining == 0 || (quick && has_all(answers, objects, count)))
+        if (remaining == 0)
             return;
     }
 }
@@ -136,32 +119,28 @@ void take_variable(getdesc_answers *answers, const netsnmp_variable_list *variab
 
 } // namespace
 
-int getdesc_netsnmp(char *output, int size, const char *ip, bool quick)
+int getdesc_netsnmp(char *output, int size, const char *ip)
 {
     if (output == nullptr || size <= 0)
         return -1;
     output[0] = '\0';
-    char vendor[WORD_SIZE] = "";
-    char model[WORD_SIZE] = "";
     snmp_set_up_library("getdesc_netsnmp");
     getdesc_answers answers = {};
-    getdesc_query(&answers, ip, quick, IDENTIFICATION_OID);
-    if (answers.device_id_value[0] != '\0') {
-        extract_key_value(answers.device_id_value, "MFG:", vendor, sizeof vendor);
-        extract_key_value(answers.device_id_value, "MDL:", model, sizeof model);
-    } else {
-        getdesc_query(&answers, ip, quick, MODEL_NAME_OID);
+    getdesc_query(&answers, ip, IDENTIFICATION_OID);
+    if (answers.device_id_value[0] == '\0') {
+        getdesc_query(&answers, ip, MODEL_NAME_OID);
         if (answers.model_name_value[0] == '\0')
             return -2;
+        char model[MODEL_NAME_SIZE];
         safe_strncpy(model, answers.model_name_value, sizeof model);
-        getdesc_query(&answers, ip, quick, PRINTER_MIB_OID);
-        safe_strncpy(vendor, answers.printer_mib_value, sizeof vendor);
+        getdesc_query(&answers, ip, PRINTER_MIB_OID);
+        safe_strncpy(answers.model_name_value, model, sizeof model);
     }
-    compose_description(vendor, model, output, static_cast<size_t>(size));
+    compose_answers(&answers, output, static_cast<size_t>(size));
     return 0;
 }
 
-void getdesc_query(getdesc_answers *answers, const char *ip, bool quick, const char *first_oid,
+void getdesc_query(getdesc_answers *answers, const char *ip, const char *first_oid,
                    const char *second_oid, const char *third_oid)
 {
     clear_answers(answers);
@@ -182,13 +161,26 @@ void getdesc_query(getdesc_answers *answers, const char *ip, bool quick, const c
         printf("# ERROR: snmp_send failed [getdesc], %s\n", strerror(errno));
         return;
     }
-    wait_for_answers(opened.session, quick, answers, objects, count);
+    wait_for_answers(opened.session);
+}
+
+void compose_answers(getdesc_answers *answers, char *output, size_t size)
+{
+    char vendor[WORD_SIZE] = "";
+    char model[WORD_SIZE] = "";
+    if (answers->device_id_value[0] != '\0') {
+        extract_key_value(answers->device_id_value, "MFG:", vendor, sizeof vendor);
+        extract_key_value(answers->device_id_value, "MDL:", model, sizeof model);
+    } else {
+        safe_strncpy(vendor, answers->printer_mib_value, sizeof vendor);
+        safe_strncpy(model, answers->model_name_value, sizeof model);
+    }
+    compose_description(vendor, model, output, size);
 }
 
 int on_snmp_response(int operation, netsnmp_session *session, int, netsnmp_pdu *pdu, void *context)
 {
-    // Odd as it reads, this line is part of the child's output, once for each call.
-    puts("on_snmp_response - don't need it");
+    puts(RESPONSE_LINE);
     if (operation != NETSNMP_CALLBACK_OP_RECEIVED_MESSAGE || pdu == nullptr)
         return 1;
     // The library matches request ids of responses alone; whatever else comes is no answer.

@@ -1,10 +1,18 @@
 // The description query: asks one device for the objects that describe it.
 #pragma once
 
+#include "io/wait.h"
+
 #include <cstddef>
 
 struct snmp_session;
 struct snmp_pdu;
+
+constexpr uint16_t SNMP_PORT = 161; ///< asked by UDP, probed by TCP: any answer shows the host
+constexpr int64_t REQUEST_BUDGET_US = 200 * MICROSECONDS_PER_MILLISECOND;
+
+/// Odd as it reads, this line is part of a description child's output, once for each answer.
+constexpr char RESPONSE_LINE[] = "on_snmp_response - don't need it";
 
 constexpr size_t DEVICE_ID_SIZE = 512;
 constexpr size_t MODEL_NAME_SIZE = 64;
@@ -19,15 +27,17 @@ struct getdesc_answers {
 
 /// Asks the device at `ip` and composes its description in `output` (`size` bytes), empty when
 /// there is none. Returns 0, -1 without a buffer, -2 when the device names no model. Failures are
-/// reported on standard output. Takes at most 200 ms for each of up to three requests, and with
-/// `quick` no longer than until the answer.
-int getdesc_netsnmp(char *output, int size, const char *ip, bool quick = false);
+/// reported on standard output. Takes 200 ms for each of up to three requests.
+int getdesc_netsnmp(char *output, int size, const char *ip);
 
 /// Makes one request for one to three objects and fills `answers`. The last answer within 200 ms
-/// counts; with `quick` the first that completes the objects ends the request. Failures are
-/// reported on standard output.
-void getdesc_query(getdesc_answers *answers, const char *ip, bool quick, const char *first_oid,
+/// counts. Failures are reported on standard output.
+void getdesc_query(getdesc_answers *answers, const char *ip, const char *first_oid,
                    const char *second_oid = nullptr, const char *third_oid = nullptr);
+
+/// Composes the description in `output` (`size` bytes): from the identification string where there
+/// is one, else from model name and vendor.
+void compose_answers(getdesc_answers *answers, char *output, size_t size);
 
 /// The library's callback of the description session; `context` is a `getdesc_answers`. Returns 0
 /// for a received answer, which keeps the request open for a later one, else 1.

@@ -67,6 +67,21 @@ unsigned peer_zone(const netsnmp_pdu *pdu)
     return ipv6 && IN6_IS_ADDR_LINKLOCAL(&peer.sin6.sin6_addr) ? peer.sin6.sin6_scope_id : 0;
 }
 
+bool came_from(const netsnmp_pdu *pdu, const netsnmp_sockaddr_storage &device)
+{
+    netsnmp_indexed_addr_pair addresses = {};
+    if (!read_addresses(pdu, &addresses))
+        return false;
+    const netsnmp_sockaddr_storage &peer = addresses.remote_addr;
+    if (peer.sa.sa_family != device.sa.sa_family || peer.sin.sin_port != device.sin.sin_port)
+        return false;
+    if (peer.sa.sa_family == AF_INET)
+        return peer.sin.sin_addr.s_addr == device.sin.sin_addr.s_addr;
+    const unsigned zone = device.sin6.sin6_scope_id;
+    return IN6_ARE_ADDR_EQUAL(&peer.sin6.sin6_addr, &device.sin6.sin6_addr) &&
+           (zone == 0 || zone == peer.sin6.sin6_scope_id);
+}
+
 void extract_peer_ip(char *output, const char *text, size_t size)
 {
     const char *found = strstr(text, "IPv6");

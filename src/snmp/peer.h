@@ -14,6 +14,9 @@ void format_transport_address(netsnmp_transport *transport, const netsnmp_pdu *p
 /// Returns the index of the interface that the answer of a link-local address arrived on, else 0.
 unsigned peer_zone(const netsnmp_pdu *pdu);
 
+/// Whether the answer came from that address and port, and from its link where it names one.
+bool came_from(const netsnmp_pdu *pdu, const netsnmp_sockaddr_storage &device);
+
 /// Takes the peer's address out of a transport address text: the first bracketed text behind
 /// "IPv6", or else behind the first ">", cut to `size` - 1 characters. With neither, `output`
 /// stays as it is; without a bracket it becomes empty.

@@ -26,16 +26,6 @@ constexpr size_t PRINTED_SIZE = 1024 + 2;
 decltype(netsnmp_transport::f_send) g_library_send = nullptr;
 egress_plan g_plan;
 
-/// Where the session sends to. Both kinds of address begin with the family.
-struct sockaddr_storage target_of(const netsnmp_transport &transport)
-{
-    struct sockaddr_storage target = {};
-    if (transport.data != nullptr && transport.data_length > 0)
-        memcpy(&target, transport.data,
-               std::min(sizeof target, static_cast<size_t>(transport.data_length)));
-    return target;
-}
-
 struct sockaddr_in ipv4_target(const struct sockaddr_storage &target)
 {
     struct sockaddr_in ipv4 = {};
@@ -63,19 +53,6 @@ void heed_bound_address(int socket_fd, egress_plan *plan)
             *end++ = {interface, ipv4_target(own).sin_addr};
     }
     plan->count = static_cast<size_t>(end - plan->ways);
-}
-
-bool has_value(const netsnmp_variable_list *variable)
-{
-    switch (variable->type) {
-    case ASN_NULL:
-    case SNMP_NOSUCHOBJECT:
-    case SNMP_NOSUCHINSTANCE:
-    case SNMP_ENDOFMIBVIEW:
-        return false;
-    default:
-        return variable->val_len > 0;
-    }
 }
 
 } // namespace
@@ -136,6 +113,16 @@ netsnmp_transport *snmp_transport_of(netsnmp_session *session)
     return snmp_sess_transport(snmp_sess_pointer(session));
 }
 
+struct sockaddr_storage snmp_target_of(const netsnmp_transport &transport)
+{
+    // Both kinds of address begin with the family.
+    struct sockaddr_storage target = {};
+    if (transport.data != nullptr && transport.data_length > 0)
+        memcpy(&target, transport.data,
+               std::min(sizeof target, static_cast<size_t>(transport.data_length)));
+    return target;
+}
+
 // The library keeps one request id and one set of time-outs per request, so a request of its own
 // for each way would be repeated by all of them. Taking the place of the transport's send function,
 // below the requests, keeps it one request.
@@ -150,7 +137,7 @@ void snmp_send_everywhere(netsnmp_session *session, const egress_plan &plan)
     // `data` is a pointer to what is sent, whose constness depends on the library's release.
     transport->f_send = [](netsnmp_transport *sender, auto data, int size, void **peer,
                            int *peer_size) -> int {
-        const struct sockaddr_storage target = target_of(*sender);
+        const struct sockaddr_storage target = snmp_target_of(*sender);
         const bool ipv6 = target.ss_family == AF_INET6;
         const auto send_once = [&](const egress_way *way) {
             if (way != nullptr && !ipv6)
@@ -164,16 +151,22 @@ void snmp_send_everywhere(netsnmp_session *session, const egress_plan &plan)
     };
 }
 
-int snmp_send_get(netsnmp_session *session, const char *const *oid_texts, size_t count)
+netsnmp_pdu *snmp_make_get(const char *const *oid_texts, size_t count)
 {
     netsnmp_pdu *request = snmp_pdu_create(SNMP_MSG_GET);
-    if (request == nullptr)
-        return 0;
-    for (size_t i = 0; i < count; ++i) {
+    for (size_t i = 0; i < count && request != nullptr; ++i) {
         oid numbers[MAX_SUBIDENTIFIERS];
         const size_t length = parse_oid_text(oid_texts[i], numbers);
         snmp_add_null_var(request, numbers, length);
     }
+    return request;
+}
+
+int snmp_send_get(netsnmp_session *session, const char *const *oid_texts, size_t count)
+{
+    netsnmp_pdu *request = snmp_make_get(oid_texts, count);
+    if (request == nullptr)
+        return 0;
     const int sent = snmp_send(session, request);
     if (sent == 0) {
         const int reason = errno;
@@ -184,10 +177,16 @@ int snmp_send_get(netsnmp_session *session, const char *const *oid_texts, size_t
     return sent;
 }
 
+bool snmp_is_absent(const netsnmp_variable_list *variable)
+{
+    return variable->type == SNMP_NOSUCHOBJECT || variable->type == SNMP_NOSUCHINSTANCE ||
+           variable->type == SNMP_ENDOFMIBVIEW;
+}
+
 void snmp_value_text(const netsnmp_variable_list *variable, char *text, size_t size)
 {
     text[0] = '\0';
-    if (!has_value(variable))
+    if (variable->type == ASN_NULL || variable->val_len == 0 || snmp_is_absent(variable))
         return;
     // The library leaves a text that does not fit without a NUL: the last byte is never its.
     char printed[PRINTED_SIZE + 1] = {};

@@ -38,6 +38,9 @@ netsnmp_session *snmp_open_session(const char *peer, bool ipv6, netsnmp_callback
 /// Returns what the session sends and receives by, its socket among it, or nullptr.
 netsnmp_transport *snmp_transport_of(netsnmp_session *session);
 
+/// Returns where the transport sends to; the family is AF_UNSPEC where it does not tell.
+struct sockaddr_storage snmp_target_of(const netsnmp_transport &transport);
+
 /// Makes the session send each request, and the library's repetitions of it, in all ways of the
 /// plan; answers through any of them belong to the one request. One session of a process at a time.
 void snmp_send_everywhere(netsnmp_session *session, const egress_plan &plan);
@@ -86,10 +89,16 @@ struct snmp_descriptor_set {
     }
 };
 
+/// Makes a GET for the given objects. Returns nullptr where there is no memory for it.
+netsnmp_pdu *snmp_make_get(const char *const *oid_texts, size_t count);
+
 /// Sends one GET for the given objects. Returns nonzero, or 0 when it cannot be sent (`errno`).
 int snmp_send_get(netsnmp_session *session, const char *const *oid_texts, size_t count);
 
+/// Whether the answer says that there is no such object: one of SNMPv2's marks stands for it.
+bool snmp_is_absent(const netsnmp_variable_list *variable);
+
 /// Prints the variable's value, without the quotes that enclose a string, into `text`, cut to
 /// `size` - 1 characters and always terminated. A value that is not there (null, of no length, or
-/// one of SNMPv2's "no such" marks) is an empty text.
+/// absent) is an empty text.
 void snmp_value_text(const netsnmp_variable_list *variable, char *text, size_t size);

@@ -1,0 +1,221 @@
+// Asking many devices at once for what describes them.
+#include "snmp/device_query.h"
+
+#include "io/socket.h"
+#include "io/wait.h"
+#include "snmp/peer.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <iterator>
+#include <netdb.h>
+#include <sys/socket.h>
+
+namespace
+{
+
+constexpr const char *OBJECTS[] = {IDENTIFICATION_OID, MODEL_NAME_OID, PRINTER_MIB_OID};
+constexpr size_t IDENTIFICATION = 0;
+constexpr size_t MODEL_NAME = 1;
+constexpr size_t PRINTER_MIB = 2;
+static_assert(std::size(OBJECTS) == PRINTER_MIB + 1);
+
+/// Datagrams that are read at one go: no flood keeps the deadlines of others from being seen.
+constexpr int READS_AT_ONCE = 1000;
+
+/// Reads an IPv6 address, with or without a zone.
+bool read_ipv6(const char *ip, struct sockaddr_in6 *address)
+{
+    struct addrinfo wanted = {};
+    wanted.ai_family = AF_INET6;
+    wanted.ai_flags = AI_NUMERICHOST;
+    wanted.ai_socktype = SOCK_DGRAM;
+    struct addrinfo *found = nullptr;
+    if (getaddrinfo(ip, nullptr, &wanted, &found) != 0)
+        return false;
+    memcpy(address, found->ai_addr, sizeof *address);
+    freeaddrinfo(found);
+    return true;
+}
+
+/// Returns the session that the device is asked by, opened when there is none yet, or nullptr.
+netsnmp_session *session_for(device_query *query)
+{
+    const bool ipv6 = query->device.sa.sa_family == AF_INET6;
+    netsnmp_session **session = ipv6 ? &query->sessions->ipv6 : &query->sessions->ipv4;
+    if (*session != nullptr)
+        return *session;
+    // The session is for no device of its own: each request names its own.
+    *session = snmp_open_session(ipv6 ? "udp6:[::]" : "0.0.0.0", ipv6, nullptr, nullptr);
+    if (*session != nullptr)
+        enlarge_receive_buffer(snmp_transport_of(*session)->sock);
+    return *session;
+}
+
+/// Makes a request go to the device, whatever address the session was opened for. Returns whether
+/// there was memory for that.
+bool address_request(netsnmp_pdu *request, const netsnmp_sockaddr_storage &device)
+{
+    netsnmp_indexed_addr_pair pair = {};
+    pair.remote_addr = device;
+    // The IPv6 transport takes a lone address in all releases.
+    const bool ipv6 = device.sa.sa_family == AF_INET6;
+    const size_t length = ipv6 ? sizeof device.sin6 : sizeof pair;
+    request->transport_data = malloc(length);
+    if (request->transport_data == nullptr)
+        return false;
+    memcpy(request->transport_data, &pair, length);
+    request->transport_data_length = static_cast<int>(length);
+    return true;
+}
+
+/// Whether the variable is the object, and not one below or beside it.
+bool is_object(const netsnmp_variable_list *variable, const char *oid_text)
+{
+    oid numbers[MAX_SUBIDENTIFIERS];
+    const size_t length = parse_oid_text(oid_text, numbers);
+    return snmp_oid_compare(variable->name, variable->name_length, numbers, length) == 0;
+}
+
+/// Takes the value of the object that is asked for. Returns whether it is a text at all.
+bool take_value(device_query *query, const netsnmp_variable_list *variable)
+{
+    getdesc_answers &answers = query->answers;
+    char *text = answers.device_id_value;
+    size_t size = sizeof answers.device_id_value;
+    if (query->object == MODEL_NAME) {
+        text = answers.model_name_value;
+        size = sizeof answers.model_name_value;
+    } else if (query->object == PRINTER_MIB) {
+        text = answers.printer_mib_value;
+        size = sizeof answers.printer_mib_value;
+    }
+    snmp_value_text(variable, text, size);
+    return text[0] != '\0';
+}
+
+/// The library's callback of a request; `context` is its `device_query`. Returns 1 where nothing
+/// more is awaited, which ends the request. One without an answer stays open behind the next one
+/// of its device, so what arrives late, to a question that was given up, comes here as well.
+int on_query_answer(int operation, netsnmp_session *, int request_id, netsnmp_pdu *pdu,
+                    void *context)
+{
+    auto *query = static_cast<device_query *>(context);
+    if (operation != NETSNMP_CALLBACK_OP_RECEIVED_MESSAGE || pdu == nullptr ||
+        request_id != query->request_id)
+        return 1;
+    // The library matches request ids alone.
+    if (pdu->command != SNMP_MSG_RESPONSE || !came_from(pdu, query->device))
+        return 0;
+    puts(RESPONSE_LINE);
+    query->heard = true;
+    const bool refused = pdu->errstat == SNMP_ERR_NOSUCHNAME;
+    if (pdu->errstat != SNMP_ERR_NOERROR && !refused)
+        return 0;
+    for (const auto *variable = pdu->variables; variable != nullptr;
+         variable = variable->next_variable) {
+        if (is_object(variable, OBJECTS[query->object]) &&
+            (refused || snmp_is_absent(variable) || take_value(query, variable))) {
+            query->request_id = 0;
+            return 1;
+        }
+    }
+    return 0;
+}
+
+/// Sends the request for the object. Returns whether an answer may come.
+bool ask(device_query *query)
+{
+    query->request_id = 0;
+    errno = EINVAL;
+    netsnmp_session *session =
+        query->device.sa.sa_family == AF_UNSPEC ? nullptr : session_for(query);
+    if (session == nullptr) {
+        printf("# ERROR: snmp_open failed [getdesc], %s\n", strerror(errno));
+        return false;
+    }
+    // The library's default port for agents may be another one than 161.
+    const struct sockaddr_storage target = snmp_target_of(*snmp_transport_of(session));
+    // Both families keep it in the same place.
+    query->device.sin.sin_port = reinterpret_cast<const struct sockaddr_in &>(target).sin_port;
+    netsnmp_pdu *request = snmp_make_get(&OBJECTS[query->object], 1);
+    if (request != nullptr && address_request(request, query->device))
+        query->request_id =
+            snmp_sess_async_send(snmp_sess_pointer(session), request, on_query_answer, query);
+    if (query->request_id == 0) {
+        printf("# ERROR: snmp_send failed [getdesc], %s\n", strerror(errno));
+        snmp_free_pdu(request);
+        return false;
+    }
+    query->due_us = monotonic_us() + REQUEST_BUDGET_US;
+    return true;
+}
+
+/// Chooses the object that is needed after the present one. Returns whether there is one.
+bool choose_next(device_query *query)
+{
+    const getdesc_answers &answers = query->answers;
+    const bool needed = (query->object == IDENTIFICATION && answers.device_id_value[0] == '\0') ||
+                        (query->object == MODEL_NAME && answers.model_name_value[0] != '\0');
+    if (needed)
+        ++query->object;
+    return needed;
+}
+
+} // namespace
+
+query_sessions::~query_sessions()
+{
+    for (netsnmp_session *session : {ipv4, ipv6}) {
+        if (session != nullptr)
+            snmp_close(session);
+    }
+}
+
+void begin_query(device_query *query, query_sessions *sessions, const char *ip, struct in_addr ipv4)
+{
+    *query = {};
+    query->sessions = sessions;
+    if (strchr(ip, ':') == nullptr)
+        query->device.sin = ipv4_socket_address(ipv4, 0);
+    else if (!read_ipv6(ip, &query->device.sin6))
+        query->device.sa.sa_family = AF_UNSPEC;
+    ask(query);
+}
+
+query_state step_query(device_query *query, int64_t now_us)
+{
+    if (query->request_id != 0 && now_us < query->due_us)
+        return query_state::waiting;
+    while (choose_next(query)) {
+        if (ask(query))
+            return query_state::waiting;
+    }
+    return query_state::finished;
+}
+
+void read_answers(const query_sessions &sessions)
+{
+    snmp_descriptor_set descriptors;
+    for (netsnmp_session *session : {sessions.ipv4, sessions.ipv6}) {
+        if (session == nullptr)
+            continue;
+        struct pollfd polled = {snmp_transport_of(session)->sock, POLLIN, 0};
+        for (int i = 0; i < READS_AT_ONCE && poll(&polled, 1, 0) > 0; ++i) {
+            descriptors.clear();
+            NETSNMP_LARGE_FD_SET(polled.fd, &descriptors.set);
+            snmp_sess_read2(snmp_sess_pointer(session), &descriptors.set);
+        }
+    }
+}
+
+size_t poll_queries(const query_sessions &sessions, struct pollfd *polled)
+{
+    size_t count = 0;
+    for (netsnmp_session *session : {sessions.ipv4, sessions.ipv6}) {
+        if (session != nullptr)
+            polled[count++] = {snmp_transport_of(session)->sock, POLLIN, 0};
+    }
+    return count;
+}

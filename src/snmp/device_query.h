@@ -1,0 +1,49 @@
+// Asking many devices at once for what describes them: requests in flight side by side.
+#pragma once
+
+#include "snmp/description_query.h"
+#include "snmp/snmp_session.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <poll.h>
+
+/// One session for all devices of a family; nullptr: not opened yet. Closed with its record.
+struct query_sessions {
+    netsnmp_session *ipv4 = nullptr;
+    netsnmp_session *ipv6 = nullptr;
+
+    query_sessions() = default;
+    query_sessions(const query_sessions &) = delete;
+    query_sessions &operator=(const query_sessions &) = delete;
+    ~query_sessions();
+};
+
+/// One device that is asked, and what it has answered so far. Requests that are open point at it:
+/// it stays in its place until the sessions are closed, but may be begun anew for another device.
+struct device_query {
+    query_sessions *sessions = nullptr;
+    netsnmp_sockaddr_storage device = {}; ///< family AF_UNSPEC: no address that can be asked
+    size_t object = 0;                    ///< which one is asked for, in the order of need
+    int request_id = 0;                   ///< of the request that an answer is awaited to; 0: none
+    bool heard = false;                   ///< the device has answered any request
+    int64_t due_us = 0;                   ///< the next step is due then, by `monotonic_us`
+    getdesc_answers answers = {};
+};
+
+enum class query_state { waiting, finished };
+
+/// Begins to ask the device at `ip`, an IPv6 address where it holds a ":", else at `ipv4`. What
+/// cannot be opened or sent is reported on standard output, and counts as not answered.
+void begin_query(device_query *query, query_sessions *sessions, const char *ip,
+                 struct in_addr ipv4);
+
+/// Asks for the next object when one is needed and the last request is answered or, at `now_us`,
+/// overdue. Take that time before `read_answers`: what has arrived by then counts.
+query_state step_query(device_query *query, int64_t now_us);
+
+/// Reads all answers that have arrived.
+void read_answers(const query_sessions &sessions);
+
+/// Fills in what shows that there is something to read, two at most. Returns how many.
+size_t poll_queries(const query_sessions &sessions, struct pollfd *polled);
