@@ -46,8 +46,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *message, size_t size)
                 abort();
         size_t calls = 0;
         slp_results results = {nullptr, check_url, &calls, MOST_URLS, {}, false};
-        slp_results_add(&results, reply);
-        if (calls != results.seen.size())
+        const size_t most = xid % (MOST_URLS + 1);
+        size_t share = most;
+        slp_results_add(&results, reply, &share);
+        if (calls != results.seen.size() || calls != most - share)
             abort();
     }
 

@@ -62,6 +62,15 @@ std::string liars()
     return fleet + "device 10.9.2.99 slp.raw=020200ffff00000000000000\n";
 }
 
+/// One that answers first, with hundreds of URLs.
+std::string server_of_queues()
+{
+    std::string fleet = "device 10.9.3.1 slp.mtu=65000";
+    for (int i = 0; i < 300; ++i)
+        fleet += " slp.url=\"service:printer:ipp://%a/" + std::to_string(i) + "\"";
+    return fleet + "\n";
+}
+
 const agent_case CASES[] = {
     {"Liars", ALONE, ANSWERS + liars(),
      BY_ITSELF + announced("10.9.2.1", "1,1,0,0") + announced("10.9.2.2", "1,1,0,0") +
@@ -79,8 +88,8 @@ const agent_case CASES[] = {
     {"ConfiguredServiceAgent", "net.slp.DAAddresses = 10.9.1.2\n", ANSWERS + OTHER,
      BY_ITSELF + announced("10.9.1.3", "1,1,0,0")},
     // The requests go out after 0, 0.5, 1.25 and 2.25 s; the search for services is over after
-    // 2.25 s in which nobody answers. A silent directory agent has 3.75 s, all of them 15 s, and
-    // 5 s of each for TCP.
+    // 2.25 s in which nobody answers. Silent directory agents have 3.75 s, side by side, and
+    // each has 5 s for TCP, one found by multicast no longer than multicastMaximumWait.
     {"SlowConfiguredAgent", CONFIGURED, BOTH + directory("slp.delay=2000"), BY_AGENT, ""},
     {"ConfiguredAgentTooSlow", CONFIGURED, BOTH + directory("slp.delay=4500"), BY_ITSELF},
     {"SilentAgent", "", BOTH + directory("slp.da.silent"), BY_ITSELF, "agents services "},
@@ -88,9 +97,13 @@ const agent_case CASES[] = {
      BY_AGENT, "tcp "},
     {"AgentTooSlowOverTcp", CONFIGURED, BOTH + directory("slp.da.overflow slp.tcp.delay=6500"),
      BY_ITSELF, "services tcp "},
+    {"FoundAgentTooSlowOverTcp", "net.slp.multicastMaximumWait = 2000\n",
+     BOTH + directory("slp.da.overflow slp.tcp.delay=3500"), BY_ITSELF, "agents services tcp "},
+    {"ServerOfManyQueues", ALONE, server_of_queues() + ANSWERS,
+     BY_ITSELF + announced("10.9.3.1", "1,1,0,0")},
     {"SilentConfiguredAgents",
      "net.slp.DAAddresses = 10.9.0.10, 10.9.0.11, 10.9.0.12, 10.9.0.13, 10.9.0.50\n",
-     BOTH + "device 10.9.0.10 count=4\n" + directory("slp.da.hidden"), BY_ITSELF},
+     BOTH + "device 10.9.0.10 count=4\n" + directory("slp.da.hidden"), BY_AGENT, ""},
     {"LatePrinter", ALONE, "device 10.9.1.2 slp.url=\"service:printer:ipp://%a\" slp.delay=1600\n",
      BY_ITSELF},
     {"Overflow", ALONE,
@@ -118,6 +131,32 @@ TEST_P(LabSlpAgentCase, Lists)
 
 INSTANTIATE_TEST_SUITE_P(, LabSlpAgentCase, testing::ValuesIn(CASES),
                          [](const auto &tested) { return std::string(tested.param.name); });
+
+TEST(LabSlpAgent, AsksTheInterfacesThatAreNamedAndTellsTheOthers)
+{
+    const struct {
+        const char *interfaces, *listed, *told;
+    } cases[] = {
+        {"eth1", "10.10.1.1", ""},
+        {"10.10.0.1, eth7,10.9.0.9", "10.10.1.1",
+         "# ERROR: net.slp.interfaces: no interface has eth7,10.9.0.9\n"},
+        {"eth", "",
+         "# ERROR: net.slp.interfaces: no interface has eth\n"
+         "# ERROR: slp search failed, Network is unreachable\n"},
+    };
+    const std::string keys = " slp.url=\"service:printer:lpr://%a\"\n";
+    for (const auto &c : cases) {
+        const lab_result result =
+            devscout_in_lab({"device 10.9.1.1" + keys,
+                             {},
+                             {"device 10.10.1.1" + keys},
+                             {{"slp.conf", ALONE + "net.slp.interfaces = " + c.interfaces}}},
+                            {"-s", "--slp"});
+        EXPECT_EQ(sorted_devices(result.program.out),
+                  c.listed[0] != '\0' ? announced(c.listed, "1,0,1,0") : "");
+        EXPECT_EQ(lines_with(result.program.out, "# ERROR"), c.told);
+    }
+}
 
 TEST(LabSlpAgent, AnswersThatArriveWhileItIsStoppedCount)
 {

@@ -5,8 +5,10 @@
 
 TEST(SlpDirectory, ConfiguredAgentsAreAskedInTurnAndMulticastFollowsWhenAllFail)
 {
+    // The one that stands behind is asked for services only where the first does not serve them.
     const std::string advert = "udp 2 DA: =default; ";
-    const std::string next = "; udp 3 DA: =default; udp 3: ";
+    const std::string idle = "; udp 3 DA: =default";
+    const std::string next = idle + "; udp 3: ";
     const std::string group = "; group 1: B; group 1 1:; group 1 1:";
     const std::string stream = "udp 2: A+; tcp 2: ";
     const struct {
@@ -14,14 +16,14 @@ TEST(SlpDirectory, ConfiguredAgentsAreAskedInTurnAndMulticastFollowsWhenAllFail)
         const char *told;
         size_t length = 0; ///< that a message without URLs says it has
     } cases[] = {
-        {"udp 2: -", "last 0"},
+        {"udp 2: -" + idle, "last 0"},
         {"udp 2: !" + next + "C", "C last 0"},
         {"udp 2: !" + next + "!" + group, "B last 0"},
-        {"udp 2: ; udp 2: * B? C@9 A", "A last 0"},
-        {"udp 2: AB<", "A last 0"},
-        {stream + "ABC", "A B C last 0"},
-        {"udp 2: AB+<; tcp 2: ABC", "A B C last 0"},
-        {stream + "AB+", "A B last 0"},
+        {"udp 2: ; udp 2: * B? C@9 A; udp 3 DA: =office", "A last 0"},
+        {"udp 2: AB<" + idle, "A last 0"},
+        {stream + "ABC" + idle, "A B C last 0"},
+        {"udp 2: AB+<; tcp 2: ABC" + idle, "A B C last 0"},
+        {stream + "AB+" + idle, "A B last 0"},
         {stream + "!" + next + "C", "A C last 0"},
         {stream + "AB<" + next + "C", "A C last 0"},
         {stream + next + "C", "A C last 0"},
@@ -52,7 +54,7 @@ TEST(SlpDirectory, ConfiguredAgentsServeTheScopesOfTheirAdvertsAndMulticastTheOt
         {first + "udp 3 DA: =default" + group, "A B last 0"},
         {"udp 2 DA: =office; udp 3 DA: =lab,default; udp 3 default,lab: C", "C last 0"},
         {silent + "A; udp 3 DA: =default; udp 3 default,lab: C" + group, "A C B last 0"},
-        {silent + "=lab,default; udp 2 default,lab: A", "A last 0"},
+        {silent + "=lab,default; udp 2 default,lab: A; udp 3 DA: =office", "A last 0"},
     };
     for (const auto &c : cases)
         EXPECT_EQ(search(c.talk, "net.slp.DAAddresses = 127.0.0.2, 127.0.0.3\n"
@@ -63,11 +65,14 @@ TEST(SlpDirectory, ConfiguredAgentsServeTheScopesOfTheirAdvertsAndMulticastTheOt
 
 TEST(SlpDirectory, RequestTooLongForADatagramGoesOverTcp)
 {
-    const std::string scopes(1000, 's');
-    EXPECT_EQ(search("udp 2 DA: =" + scopes + "; tcp 2 " + scopes + ": A",
-                     "net.slp.DAAddresses = 127.0.0.2\nnet.slp.MTU = 1000\nnet.slp.useScopes = " +
-                         scopes),
-              "A last 0");
+    for (const auto &[length, way] : {std::pair(59U, "udp"), {60U, "tcp"}}) {
+        const std::string scopes(length, 's');
+        EXPECT_EQ(search("udp 2 DA: =" + scopes + "; " + way + " 2 " + scopes + ": A",
+                         "net.slp.DAAddresses = 127.0.0.2\nnet.slp.MTU = 128\n"
+                         "net.slp.useScopes = " +
+                             scopes),
+                  "A last 0");
+    }
 }
 
 TEST(SlpDirectory, AgentsOfOurScopesAreFoundByMulticast)

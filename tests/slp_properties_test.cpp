@@ -53,10 +53,11 @@ TEST(SlpProperties, LinesChangeWhatTheyNameIfTheyRead)
     EXPECT_EQ(slp_join_list(shown(slp_properties())),
               "scopes default,das ,interfaces ,active 1,broadcast 0,da wait 2000,wait 5000,"
               "da times 500,750,1000,1500,2000,3000,times 500,750,1000,1500,2000,3000,"
-              "ttl 8,mtu 1400,max 256");
+              "ttl 8,mtu 1400,max 65536");
+    const std::string longest(1024, 's');
     const struct {
         std::string text;
-        const char *changed;
+        std::string changed;
     } cases[] = {
         {"net.slp.useScopes = lab , Office", "scopes lab,Office"},
         {"net.slp.DAAddresses = 10.0.0.9,,da.example", "das 10.0.0.9,da.example"},
@@ -71,7 +72,10 @@ TEST(SlpProperties, LinesChangeWhatTheyNameIfTheyRead)
         {"net.slp.multicastTTL = 255", "ttl 255"},
         {"net.slp.MTU = 129\nnet.slp.MTU = 128\nnet.slp.MTU = x", "mtu 128"},
         {"net.slp.interfaces = 10.0.0.1", "interfaces 10.0.0.1"},
-        {"net.slp.maxResults = -1", "max 65536"},
+        {"net.slp.maxResults = 256", "max 256"},
+        {"net.slp.maxResults = 7\nnet.slp.maxResults = -1", ""},
+        {"net.slp.useScopes = " + longest + "\nnet.slp.useScopes = " + longest + "s",
+         "scopes " + longest},
         {"net.slp.useScopes=\nnet.slp.useScopes = ,,\nnet.slp.useScopes = a\0b\n"s, ""},
         {"net.slp.activeDADetection = 00\nnet.slp.isBroadcastOnly = truely", ""},
         {"net.slp.DADiscoveryMaximumWait = -1\nnet.slp.multicastMaximumWait = 600001", ""},

@@ -10,13 +10,17 @@
 #include <sys/socket.h>
 #include <thread>
 
+using namespace std::string_literals;
+
 TEST(SlpSearch, ConvergesUntilNobodyNewAnswers)
 {
     EXPECT_EQ(search("group 1:; group 1:; group 1:"), "last 0");
-    // The last one has answered before, so the search is over all the same.
-    EXPECT_EQ(search("group 1:; group 1: A@2 A@2; group 1 2: AB@3; group 1 2,3:; group 1 2,3: C@2",
-                     "net.slp.multicastTimeouts = 200,200,200,200,200"),
-              "A B C last 0");
+    // Repetitions that bring nobody new count anew when somebody has answered; the last one has
+    // answered before, so the search is over all the same.
+    EXPECT_EQ(
+        search("group 1: A@2 A@2; group 1 2:; group 1 2: AB@3; group 1 2,3:; group 1 2,3: C@2",
+               "net.slp.multicastTimeouts = 200,200,200,200,200"),
+        "A B C last 0");
 }
 
 TEST(SlpSearch, WhatArrivesDuringAPauseCountsAndAFloodProlongsNoWait)
@@ -64,18 +68,42 @@ TEST(SlpSearch, EndsAtEnoughUrlsOrWhenTheCallbackRefuses)
     EXPECT_EQ(search("group 1: ARC"), "A R 0");
 }
 
-TEST(SlpSearch, EndsWhenTheNextWaitOrTheNextRequestWouldBeTooLong)
+TEST(SlpSearch, OneServiceAgentUsesUpAnEighthOfTheUrlsAndADirectoryAgentWhatItWants)
+{
+    std::vector<std::string> messages;
+    std::vector<std::string> all;
+    for (int i = 0; i < 5; ++i) {
+        std::vector<std::string> urls;
+        for (int j = 0; j < 2000; ++j)
+            urls.push_back(wire_url("x" + std::to_string(2000 * i + j)));
+        messages.push_back(wire_reply({}, urls));
+        all.insert(all.end(), urls.begin(), urls.end());
+    }
+    const auto called = [](const std::string &told) {
+        return std::count(told.begin(), told.end(), ' ') - 1; // for the last call
+    };
+    EXPECT_EQ(called(search("group 1: *@2 *@2 *@2 *@2 *@2 A@2 B@3"s,
+                            "net.slp.multicastTimeouts = 2000", messages)),
+              65536 / 8 + 1);
+    EXPECT_EQ(called(search("udp 2 DA: =default; udp 2: +; tcp 2: *"s,
+                            "net.slp.DAAddresses = 127.0.0.2", {wire_reply({}, all)})),
+              10000);
+}
+
+TEST(SlpSearch, EndsWhenTheNextWaitWouldBeTooLongAndNamesTheAnswerersThatFit)
 {
     // 48 bytes of request and the list of answerers must fit the MTU less 28 bytes of headers:
-    // six addresses of 10 characters need 65.
+    // six addresses of 10 characters need 65. Who is not named and answers again is nobody new.
     const std::string one = "group 1: A@10 A@11 A@12 A@13 A@14 A@15";
     const std::string two = one + "; group 1 10,11,12,13,14,15: A@16";
     const std::string three = two + "; group 1 10,11,12,13,14,15,16:";
+    const std::string again = "; group 1 10,11,12,13,14: A@15";
     const struct {
         const char *maximum_wait, *mtu;
         const std::string &talk;
-    } cases[] = {{"899", "1400", two}, {"900", "1400", three}, {"100", "1400", one},
-                 {"1200", "140", one}, {"599", "141", one},    {"600", "141", two}};
+    } cases[] = {{"899", "1400", two}, {"900", "1400", three},
+                 {"100", "1400", one}, {"599", "141", one},
+                 {"600", "141", two},  {"9999", "140", one + again + again}};
     for (const auto &c : cases) {
         const std::string wait = std::string("net.slp.multicastMaximumWait = ") + c.maximum_wait;
         const std::string mtu = std::string("\nnet.slp.MTU = ") + c.mtu;
@@ -87,8 +115,10 @@ TEST(SlpSearch, FailsWhereNothingCanBeSent)
 {
     EXPECT_EQ(search("", "net.slp.interfaces = 192.0.2.1, no address"),
               std::to_string(SLP_NETWORK_ERROR));
-    EXPECT_EQ(search("", "net.slp.MTU = 1000\nnet.slp.useScopes = " + std::string(1000, 's')),
-              std::to_string(SLP_BUFFER_OVERFLOW));
+    const std::string longest(59, 's');
+    const std::string scopes = "net.slp.maxResults = 1\nnet.slp.MTU = 128\nnet.slp.useScopes = ";
+    EXPECT_EQ(search("group 1 " + longest + ": A", scopes + longest), "A last 0");
+    EXPECT_EQ(search("", scopes + longest + "s"), std::to_string(SLP_BUFFER_OVERFLOW));
 }
 
 TEST(SlpSearch, RequestsGoAsFarAsConfigured)

@@ -23,7 +23,7 @@ struct timespec timespec_of(int64_t us);
 /// do.
 int wait_or_end(int fd, short events, int64_t timeout_us);
 
-constexpr size_t WAITED_MAX = 4;
+constexpr size_t WAITED_MAX = 32;
 
 /// The same for `count` descriptors, at most WAITED_MAX, each with its events: any of them ends
 /// the wait, and their `revents` are filled in. Negative ones are passed over.

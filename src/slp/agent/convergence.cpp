@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <arpa/inet.h>
+#include <cstring>
 #include <functional>
 #include <string>
 #include <unordered_set>
@@ -29,22 +30,20 @@ constexpr int WAIT_COMPLETE = 2;
 /// Those that have answered, for the reader and for the wire.
 struct responder_list {
     std::unordered_set<in_addr_t> addresses;
-    std::string text; ///< comma-separated
+    std::string text; ///< comma-separated, as many as fit
+    size_t text_most; ///< bytes that a request leaves for the text
 };
 
-/// Returns true when the sender is new. Beyond `text_most` characters the text grows no more: a
-/// request with it would be too long to send anyway.
-bool add_responder(responder_list *responders, struct in_addr address, size_t text_most)
+/// Returns true when the sender is new.
+bool add_responder(responder_list *responders, struct in_addr address)
 {
     if (!responders->addresses.insert(address.s_addr).second)
         return false;
-    char text[INET_ADDRSTRLEN] = "";
-    inet_ntop(AF_INET, &address, text, sizeof text);
-    if (responders->text.size() <= text_most) {
-        if (!responders->text.empty())
-            responders->text += ',';
-        responders->text += text;
-    }
+    char text[INET_ADDRSTRLEN + 1] = ",";
+    inet_ntop(AF_INET, &address, text + 1, INET_ADDRSTRLEN);
+    const char *item = responders->text.empty() ? text + 1 : text;
+    if (responders->text.size() + strlen(item) <= responders->text_most)
+        responders->text += item;
     return true;
 }
 
@@ -53,7 +52,6 @@ struct search_context {
     const descriptor &socket;
     slp_datagram_reader reader;
     void *reader_context;
-    size_t longest_message;
     std::vector<uint8_t> buffer;
 };
 
@@ -69,8 +67,7 @@ int collect_answers(search_context *search, slp_wait wait, responder_list *respo
                                         static_cast<size_t>(size), sender);
         if (made == SLP_DATAGRAM_COMPLETE)
             return WAIT_COMPLETE;
-        if (made == SLP_DATAGRAM_ANSWER &&
-            add_responder(responders, sender.sin_addr, search->longest_message))
+        if (made == SLP_DATAGRAM_ANSWER && add_responder(responders, sender.sin_addr))
             outcome = WAIT_NEW_ANSWERS;
     }
 }
@@ -117,15 +114,17 @@ SLPError slp_converge(const slp_settings &settings, const slp_request &request,
         return SLP_NETWORK_INIT_FAILED;
     const egress_plan plan = slp_plan_search(settings.properties);
     const struct sockaddr_in target = group_address(settings);
-    search_context search = {socket, reader, context, slp_longest_message(settings.properties), {}};
-    responder_list responders;
+    const size_t longest = slp_longest_message(settings.properties);
+    const size_t shortest = slp_build_request(request, SLP_FLAG_MULTICAST, {}).size();
+    if (shortest == 0 || shortest > longest)
+        return SLP_BUFFER_OVERFLOW;
+    search_context search = {socket, reader, context, {}};
+    responder_list responders = {{}, {}, longest - shortest};
     bool is_repeated = false;
     int idle = 0;
     for (const int64_t wait_us : plan_waits_us(patience)) {
         const std::vector<uint8_t> message =
             slp_build_request(request, SLP_FLAG_MULTICAST, responders.text);
-        if (message.empty() || message.size() > search.longest_message)
-            return is_repeated ? SLP_OK : SLP_BUFFER_OVERFLOW;
         const auto send_once = [&](const egress_way *way) {
             return send_ipv4_by(way, socket.fd, target, message.data(), message.size());
         };

@@ -28,10 +28,11 @@ struct slp_patience {
 
 /// Sends `request` by multicast (or broadcast) over every usable interface and collects answers.
 /// The search ends when enough repeated requests brought no new sender, when the waits are used up
-/// or the next one would pass the maximum, when the list of answerers no longer fits the MTU, or
-/// when the reader is content; all of these are SLP_OK. Other codes: SLP_BUFFER_OVERFLOW when
-/// already the first request is longer than the MTU, SLP_NETWORK_INIT_FAILED without a socket,
-/// SLP_NETWORK_ERROR when no interface takes a request or the socket fails.
+/// or the next one would pass the maximum, or when the reader is content; all of these are SLP_OK.
+/// Answerers beyond those that a request of the MTU can name answer once more and are nobody new.
+/// Other codes: SLP_BUFFER_OVERFLOW when already the first request is longer than the MTU,
+/// SLP_NETWORK_INIT_FAILED without a socket, SLP_NETWORK_ERROR when no interface takes a request or
+/// the socket fails.
 SLPError slp_converge(const slp_settings &settings, const slp_request &request,
                       const slp_patience &patience, slp_datagram_reader reader, void *context);
 

@@ -11,7 +11,7 @@
 constexpr char SLP_PROPERTIES_PATH[] = "/etc/slp.conf";
 constexpr size_t SLP_TIMEOUTS_MAX = 16;    ///< waits of one search
 constexpr size_t SLP_ADDRESSES_MAX = 32;   ///< entries of an address list; more are passed over
-constexpr int32_t SLP_RESULTS_MAX = 65536; ///< URLs of one search, also for "all" (-1)
+constexpr int32_t SLP_RESULTS_MAX = 65536; ///< URLs of one search: a bound on memory
 
 /// The waits of a search, one after another, in milliseconds.
 struct slp_timeouts {
@@ -23,7 +23,7 @@ struct slp_timeouts {
 struct slp_properties {
     std::string use_scopes = "default";       ///< comma-separated, no blanks around the commas
     std::vector<std::string> da_addresses;    ///< directory agents: addresses or host names
-    std::vector<std::string> interfaces;      ///< addresses of the interfaces to use; empty: all
+    std::vector<std::string> interfaces;      ///< names or addresses of those to use; empty: all
     bool active_da_detection = true;          ///< search for directory agents by multicast
     bool is_broadcast_only = false;           ///< broadcast where multicast does not work
     int32_t da_discovery_maximum_wait = 2000; ///< milliseconds; 0: no search for them
@@ -31,8 +31,10 @@ struct slp_properties {
     slp_timeouts da_discovery_timeouts;
     slp_timeouts multicast_timeouts;
     int32_t multicast_ttl = 8;
-    int32_t mtu = 1400;        ///< bytes of a packet, its IP and UDP headers included
-    int32_t max_results = 256; ///< URLs after which a search ends
+    int32_t mtu = 1400; ///< bytes of a packet, its IP and UDP headers included
+    /// URLs after which a search ends. A usual default of a few hundred would let one print server
+    /// with many queues end it before the printers are heard.
+    int32_t max_results = SLP_RESULTS_MAX;
 };
 
 constexpr uint16_t SLP_PORT = 427;

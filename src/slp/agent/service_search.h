@@ -30,10 +30,11 @@ struct slp_results {
 /// Tells whether the search is over: enough URLs, or a callback that wants no more.
 bool slp_results_complete(const slp_results &results);
 
-/// Hands over the URLs of a reply that have not been handed over before, until the search is
-/// over. Passes over empty URLs and those with control characters, which no URL may hold and
-/// which would not survive as a C text or as one line of output.
-void slp_results_add(slp_results *results, const slp_service_reply &reply);
+/// Hands over the URLs of a reply that have not been handed over before, until the search is over
+/// or the agent's share, which is counted down, is used up (null: no share). Passes over empty URLs
+/// and those with control characters, which no URL may hold and which would not survive as a C text
+/// or as one line of output.
+void slp_results_add(slp_results *results, const slp_service_reply &reply, size_t *share);
 
 /// Searches and hands over what is found; returns when the search is over. The request's scopes
 /// and transaction number are filled in by the caller. Codes as SLPFindSrvs returns them.

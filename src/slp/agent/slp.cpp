@@ -2,8 +2,12 @@
 // exceptions: an agent without memory fails with a code.
 #include "slp/agent/slp.h"
 
+#include "config/printable.h"
+#include "slp/agent/interfaces.h"
 #include "slp/agent/service_search.h"
+#include "slp/agent/value_list.h"
 
+#include <cstdio>
 #include <memory>
 #include <new>
 
@@ -11,10 +15,21 @@ namespace
 {
 
 constexpr char DEFAULT_LANGUAGE[] = "en";
+constexpr size_t UNKNOWN_SIZE = 256; ///< names of interfaces, with the NUL
 
 bool is_given(const char *text)
 {
     return text != nullptr && *text != '\0';
+}
+
+/// Says what of net.slp.interfaces is no interface: the search goes on without it.
+void tell_unknown_interfaces(const slp_properties &properties)
+{
+    const std::string unknown = slp_join_list(slp_unknown_interfaces(properties));
+    char text[UNKNOWN_SIZE];
+    if (!unknown.empty())
+        printf("# ERROR: net.slp.interfaces: no interface has %s\n",
+               printable_text(text, unknown.c_str(), sizeof text));
 }
 
 /// Marks a handle as in use as long as it lives.
@@ -46,6 +61,7 @@ try {
     if (!agent)
         return SLP_MEMORY_ALLOC_FAILED;
     agent->settings.properties = slp_properties_read(SLP_PROPERTIES_PATH);
+    tell_unknown_interfaces(agent->settings.properties);
     agent->language = is_given(pcLang) ? pcLang : DEFAULT_LANGUAGE;
     *phSLP = agent.release();
     return SLP_OK;

@@ -39,7 +39,8 @@ typedef void *SLPHandle;
 typedef SLPBoolean SLPSrvURLCallback(SLPHandle hSLP, const char *pcSrvURL, unsigned short sLifetime,
                                      SLPError errCode, void *pvCookie);
 
-/** Opens a handle and reads "/etc/slp.conf" for it. `pcLang` is the language tag of the requests
+/** Opens a handle and reads "/etc/slp.conf" for it; what of net.slp.interfaces no interface has is
+ * told on standard output. `pcLang` is the language tag of the requests
  * (none or empty: "en"). Codes: SLP_PARAMETER_BAD without `phSLP`, SLP_NOT_IMPLEMENTED for an
  * asynchronous handle, SLP_MEMORY_ALLOC_FAILED. */
 SLPError SLPOpen(const char *pcLang, SLPBoolean isAsync, SLPHandle *phSLP);
