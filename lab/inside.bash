@@ -240,6 +240,7 @@ device_link_lines() # LINES: what `simulator --addresses` printed
     # Addresses first: on a link that is up each one costs the kernel six times as much.
     printf '%s\n' "$1"
     printf 'link set eth0 up\n'
+    printf 'route add default dev eth0\n' # back to the host's addresses in other subnets
     host_neighbour_lines "$number"
 }
 

@@ -1,5 +1,6 @@
 // The host's interfaces and the completion of IPv6 addresses.
 #include "config/text.h"
+#include "io/netlink.h"
 #include "io/stream.h"
 #include "netif/derive_ipv6.h"
 #include "netif/ifconfig.h"
@@ -13,6 +14,8 @@
 #include <cstring>
 #include <fcntl.h>
 #include <linux/if_tun.h>
+#include <linux/rtnetlink.h>
+#include <memory>
 #include <net/if.h>
 #include <net/if_arp.h>
 #include <sched.h>
@@ -93,6 +96,50 @@ TEST(SystemInterfaces, AreEthernetOnesAndNoTunnels)
     enumerate_system_interfaces(&found.head);
     EXPECT_EQ(joined(found.head, fields_of).find("cable,"), 0U);
     EXPECT_EQ(joined(found.head, fields_of).find("tunnel,"), std::string::npos);
+}
+
+TEST(Netlink, TellsPortsFromMembersOfAVrf)
+{
+    const auto attribute = [](unsigned short type, std::string value) {
+        const auto length = static_cast<unsigned short>(RTA_LENGTH(value.size()));
+        value.resize(RTA_ALIGN(value.size()));
+        return std::string(reinterpret_cast<const char *>(&length), sizeof length) +
+               std::string(reinterpret_cast<const char *>(&type), sizeof type) + value;
+    };
+    const std::string master = attribute(IFLA_MASTER, std::string("\x07\0\0\0", 4));
+    const auto serving = [&](const std::string &kind) {
+        const std::string name = attribute(IFLA_INFO_KIND, "vrf");
+        return master + attribute(IFLA_LINKINFO | NLA_F_NESTED,
+                                  name + attribute(IFLA_INFO_SLAVE_KIND, kind));
+    };
+    const struct {
+        std::string attributes;
+        bool serves_master;
+    } cases[] = {
+        {"", false},
+        {master, true},
+        {serving("bridge"), true},
+        {serving(std::string("vrf\0", 4)), false},
+        {serving("vrf2"), true},
+        {attribute(IFLA_MASTER, std::string(4, '\0')), false},
+        {attribute(IFLA_MASTER, "\x07"), false}, // too short to be read
+    };
+    for (const auto &c : cases) {
+        struct {
+            struct nlmsghdr header;
+            struct ifinfomsg link;
+        } head = {};
+        head.header.nlmsg_type = RTM_NEWLINK;
+        head.header.nlmsg_len = static_cast<uint32_t>(sizeof head + c.attributes.size());
+        const std::string message =
+            std::string(reinterpret_cast<const char *>(&head), sizeof head) + c.attributes;
+        const auto list = std::make_unique<host_interfaces>();
+        netlink_target target = {list.get(), nullptr, false};
+        read_netlink_messages(reinterpret_cast<const uint8_t *>(message.data()), message.size(),
+                              &target);
+        ASSERT_EQ(list->interface_count, 1U);
+        EXPECT_EQ(list->interfaces[0].serves_master, c.serves_master) << &c - cases;
+    }
 }
 
 TEST(Ifconfig, ReadsEthernetBlocksOfTheOldFormatAlone)

@@ -29,6 +29,7 @@ constexpr long FLOOD_LIMIT = 1000000;
 constexpr key_rule KEY_RULES[] = {
     {"from6", KIND_WORD, 0, "site global"},
     {"tcp", KIND_WORD, 0, "never"},
+    {"subnet", KIND_NUMBER, 32, {}},
 
     {"nodeq", KIND_FLAG, 0, {}},
     {"nodeq.a", KIND_TEXT, 20, {}},

@@ -180,14 +180,23 @@ static std::vector<asked_device> addressed_devices(const fleet &devices, const d
     return asked;
 }
 
+// Whether the device's answer finds the way back: without a gateway only within its IPv4 subnet.
+static bool can_answer(const device &one, const sockaddr_storage &source)
+{
+    const long bits = device_number(one, "subnet", 0);
+    const uint64_t mask = ~uint64_t{0} << (32 - bits);
+    return source.ss_family != AF_INET || ((endpoint_ipv4(source) ^ one.ipv4) & mask) == 0;
+}
+
 std::vector<asked_device> udp_asked_devices(const fleet &devices, const datagram &request)
 {
     std::vector<asked_device> asked = addressed_devices(devices, request);
     // The port stands at the same place in both families.
     const uint16_t port =
         ntohs(reinterpret_cast<const sockaddr_in &>(request.destination).sin_port);
-    const auto lost = [port](const asked_device &one) {
-        return loss_takes_next(LOSS_OF_REQUESTS, one.from, port);
+    const auto lost = [&](const asked_device &one) {
+        return !can_answer(devices.devices[one.index], request.source) ||
+               loss_takes_next(LOSS_OF_REQUESTS, one.from, port);
     };
     asked.erase(std::remove_if(asked.begin(), asked.end(), lost), asked.end());
     return asked;

@@ -3,12 +3,13 @@
 
 #include "config/printable.h"
 #include "config/text.h"
-#include "io/stream.h"
+#include "io/interfaces.h"
 
+#include <algorithm>
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstring>
-#include <net/if.h>
 #include <sys/wait.h>
 
 namespace
@@ -47,15 +48,13 @@ int ending_signal(int wait_status)
 }
 
 /// Whether an interface besides the loopback has an IPv6 address.
-bool host_has_ipv6()
+bool has_ipv6(const host_interfaces &list)
 {
-    const file_stream list(fopen("/proc/self/net/if_inet6", "re"));
-    char name[IF_NAMESIZE];
-    while (list && fscanf(list.get(), "%*s %*s %*s %*s %*s %15s", name) == 1) {
-        if (strcmp(name, "lo") != 0)
-            return true;
-    }
-    return false;
+    return std::any_of(
+        list.addresses, list.addresses + list.address_count, [&](const host_address &address) {
+            const host_interface *of = find_host_interface(&list, address.interface);
+            return address.family == AF_INET6 && of != nullptr && (of->flags & IFF_LOOPBACK) == 0;
+        });
 }
 
 } // namespace
@@ -105,12 +104,16 @@ void add_failure(failure_notes *notes, int slot, bool for_device, const char *re
 
 void tell_failures(const failure_notes &notes, const bool (&selected)[METHOD_COUNT], bool scanner)
 {
+    const host_interface_list interfaces = list_host_interfaces();
+    if (!interfaces && errno != ENOMEM)
+        fprintf(stderr, "devscout: the interfaces cannot be listed: %s\n", strerror(errno));
+    const bool host_has_ipv6 = !interfaces || has_ipv6(*interfaces);
     bool some_could_ask = false;
     for (size_t i = 0; i < METHOD_COUNT; ++i)
         some_could_ask |= selected[i] && notes.methods[i][0] == '\0';
     for (size_t i = 0; i < METHOD_COUNT; ++i) {
         const bool ipv6 = METHODS[i].family == AF_INET6;
-        if (notes.methods[i][0] != '\0' && !(ipv6 && some_could_ask && !host_has_ipv6()))
+        if (notes.methods[i][0] != '\0' && !(ipv6 && some_could_ask && !host_has_ipv6))
             fprintf(stderr, "devscout: %s: %s\n", METHODS[i].word, notes.methods[i]);
     }
     if (notes.device_count > 0)

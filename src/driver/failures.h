@@ -30,6 +30,6 @@ bool ended_by_signal(int wait_status);
 /// a reason there is none.
 void add_failure(failure_notes *notes, int slot, bool for_device, const char *reason);
 
-/// Tells it on standard error. A host without IPv6 is no failure of IPv6 where another of the
-/// selected methods could ask.
+/// Tells it on standard error, and that the host's interfaces cannot be listed. A host without IPv6
+/// is no failure of IPv6 where another of the selected methods could ask.
 void tell_failures(const failure_notes &notes, const bool (&selected)[METHOD_COUNT], bool scanner);

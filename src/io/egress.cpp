@@ -30,13 +30,15 @@ bool is_subnet_asked(const host_interfaces &list, size_t i, const host_address *
 }
 
 /// Whether the interface has an IPv4 address that goes before this one of a subnet of its own.
-bool is_needless_host_address(const host_interfaces &list, const host_address &address)
+bool is_needless_host_address(const host_interfaces &list, const host_address &address,
+                              const host_address *routed)
 {
     return address.prefix == HOST_PREFIX &&
            std::any_of(
                list.addresses, list.addresses + list.address_count, [&](const host_address &other) {
                    return other.interface == address.interface && other.family == AF_INET &&
-                          &other != &address && (other.prefix != HOST_PREFIX || &other < &address);
+                          &other != &address &&
+                          (other.prefix != HOST_PREFIX || &other < &address || &other == routed);
                });
 }
 
@@ -63,7 +65,7 @@ void add_subnets(egress_plan *plan, const host_interfaces *list, const char *cho
         const host_address &address = list->addresses[i];
         if (address.family == AF_INET && address.ipv4.s_addr != 0 &&
             is_on_asked(*list, address, chosen, cast) && !is_subnet_asked(*list, i, routed) &&
-            !is_needless_host_address(*list, address))
+            !is_needless_host_address(*list, address, routed))
             add_way(plan, {address.interface, address.ipv4});
     }
 }

@@ -1,0 +1,168 @@
+// Addresses and interfaces as hosts have them: further subnets, bridges, deprecated prefixes,
+// routes with a source of their own, hundreds of interfaces, and refused lists of them.
+#include "program.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+namespace
+{
+
+/// A device for each IPv4 method in the subnet, without a gateway to others.
+std::string office(const std::string &subnet, int bits)
+{
+    const std::string own = " subnet=" + std::to_string(bits) + " ";
+    return "device " + subnet + ".1" + own + "id=\"MFG:Taliven;MDL:QD;CLS:PRINTER;\"\n" +
+           "device " + subnet + ".2" + own + "nodeq.a=X\n" + "device " + subnet + ".3" + own +
+           "slp.url=service:printer:lpr://%a:515/q\n";
+}
+
+std::string in_office(const std::string &subnet)
+{
+    return "--snmp " + subnet + ".1\n--nodeq " + subnet + ".2\n--slp " + subnet + ".3\n";
+}
+
+constexpr char DEVICE6[] = "device - id6=::5:1 id=\"MFG:Orvel;MDL:B5;CLS:PRINTER;\"\n";
+
+/// What is listed of it: --snmp6 and each address.
+std::string in_ipv6(const std::vector<std::string> &prefixes)
+{
+    std::string listed;
+    for (const std::string &prefix : prefixes)
+        listed += "--snmp6 " + prefix + "::5:1\n";
+    return listed;
+}
+
+struct host {
+    const char *name;
+    std::string hall;  ///< the fleet behind eth0
+    std::string setup; ///< shell commands, or what is run before the program
+    std::string listed;
+    size_t subnets = 0;     ///< those behind eth0 that are asked, each once; 0: not counted
+    std::string annex = {}; ///< the fleet behind eth1; "": no such interface
+};
+
+/// Two interfaces with two subnets each, and IPv6.
+const std::string TWO_BY_TWO = R"(ip address add 10.2.0.100/24 dev eth0
+ip address add 10.3.0.100/24 label eth1:3 dev eth1
+)";
+
+const host HOSTS[] = {
+    {"SecondSubnet", office("10.9.1", 16) + office("10.2.0", 24),
+     "ip address add 10.2.0.100/24 broadcast + dev eth0\n",
+     in_office("10.9.1") + in_office("10.2.0"), 2},
+    {"SecondSubnetUnderALabel", office("10.2.0", 24),
+     "ip address add 10.2.0.100/24 dev eth0 label eth0:1\n", in_office("10.2.0"), 2},
+    {"SecondSubnetWithoutARouteOfItsOwn", office("10.2.0", 24),
+     "ip address add 10.2.0.100/24 dev eth0 noprefixroute\n", in_office("10.2.0"), 2},
+    {"SubnetInASubnet", office("10.9.1", 16) + office("10.9.7", 24),
+     "ip address add 10.9.7.100/24 dev eth0\n", in_office("10.9.1") + in_office("10.9.7"), 2},
+    {"SecondAddressesOfASubnet", office("10.9.1", 16), R"(
+ip address add 10.9.0.7/16 dev eth0; ip address add 10.9.0.8/32 dev eth0
+ip route replace default dev eth0 src 10.9.0.7
+)",
+     in_office("10.9.1"), 1},
+    {"HostAddressesAlone", office("10.9.1", 16), R"(
+ip address flush dev eth0 scope global; ip address add 10.9.0.1/32 dev eth0
+ip address add 10.9.0.8/32 dev eth0; ip route add default dev eth0 src 10.9.0.8
+)",
+     in_office("10.9.1"), 1},
+    {"ALinkLocalAddressFirst", office("10.9.1", 16),
+     "for end in 0 1; do ip address add 169.254.7.$end/16 scope link dev eth$end; done\n",
+     in_office("10.9.1") + in_office("10.10.1"), 2, office("10.10.1", 16)},
+    {"ARouteFromAnotherInterfacesAddress", office("10.9.1", 16),
+     "ip route replace default dev eth0 src 10.10.0.1\n",
+     in_office("10.9.1") + in_office("10.10.1"), 2, office("10.10.1", 16)},
+    {"ADeprecatedPrefix", DEVICE6, R"(
+ip address add 2001:db8:77::9:1/64 dev eth0 nodad
+ip address change 2001:db8:9::9:1/64 dev eth0 preferred_lft 0
+)",
+     in_ipv6({"fd00:9", "2001:db8:77"})},
+    {"DeprecatedPrefixesAlone", DEVICE6, R"(
+for prefix in fd00:9: 2001:db8:9:; do ip address change $prefix:9:1/64 dev eth0 preferred_lft 0; done
+)",
+     in_ipv6({"fd00:9", "2001:db8:9"})},
+    {"ATentativePrefix", DEVICE6, R"(
+ip address flush dev eth0 scope global to 2001:db8::/32
+echo 1 >/proc/sys/net/ipv6/conf/eth0/accept_dad
+echo 99 >/proc/sys/net/ipv6/conf/eth0/dad_transmits
+ip address add 2001:db8:78::9:1/64 dev eth0
+)",
+     in_ipv6({"fd00:9", "2001:db8:78"})},
+    {"ABridgeWhosePortKeptItsLinkLocalAddress", DEVICE6, R"(
+ip link add br0 address 02:00:0a:09:00:01 type bridge && ip link set eth0 master br0
+for address in fe80:: fd00:9:: 2001:db8:9::; do ip address add ${address}9:1/64 nodad dev br0; done
+ip address flush dev eth0 scope global && ip link set br0 up
+for i in {1..200}; do [[ $(ip link show br0) == *' state UP '* ]] && break; sleep 0.02; done
+)",
+     in_ipv6({"fd00:9", "2001:db8:9"})},
+    {"HundredsOfInterfacesTheRightOneLast", office("10.9.1", 16) + DEVICE6, R"(
+echo 0 >/proc/sys/net/ipv6/conf/default/addr_gen_mode
+for i in {1..130}; do
+    echo "link add a$i up type veth peer name b$i"; echo "link set b$i up"
+    echo "address add 10.1.$i.1/30 dev a$i"; echo "address add 10.1.$i.5/30 dev b$i"
+done | ip -batch -
+ip link set eth0 down; ip address flush dev eth0; ip link set eth0 address 02:00:0a:09:00:03
+ip link add br0 type bridge; ip link add last address 02:00:0a:09:00:01 type veth peer name port
+ip link set port master br0; ip link set eth0 master br0
+ip address add 10.9.0.1/16 dev last
+for address in fe80:: fd00:9:: 2001:db8:9::; do ip address add ${address}9:1/64 nodad dev last; done
+for name in eth0 port br0 last; do ip link set $name up; done
+for i in {1..400}; do
+    [[ $(bridge link) == *forwarding*forwarding* ]] && break; sleep 0.02
+done
+)",
+     in_office("10.9.1") + in_ipv6({"fd00:9", "2001:db8:9"}), 1},
+    {"NoNetlink", office("10.9.1", 16) + office("10.2.0", 24) + DEVICE6,
+     TWO_BY_TWO + "exec_by=\"$1 netlink\"\n",
+     in_office("10.9.1") + in_office("10.2.0") + in_office("10.10.1") + in_office("10.3.0") +
+         in_ipv6({"fd00:9", "2001:db8:9", "fd00:10", "2001:db8:10"}),
+     2, office("10.10.1", 16) + office("10.3.0", 24) + DEVICE6},
+    {"NoListAtAll", office("10.9.1", 16) + office("10.2.0", 24),
+     TWO_BY_TWO + "exec_by=\"$1 netlink,ifconf\"\n", in_office("10.9.1"), 1, office("10.10.1", 16)},
+    {"SecondSubnetBehindAGateway",
+     "device 10.9.1.1 count=60 nodeq\ndevice 10.9.2.1 count=5 nodeq.delay=300\n",
+     "ip address add 10.2.0.100/24 dev eth0\n",
+     [] {
+         std::string listed;
+         for (int i = 0; i < 65; ++i)
+             listed += "--nodeq 10.9." +
+                       (i < 60 ? "1." + std::to_string(i + 1) : "2." + std::to_string(i - 59)) +
+                       "\n";
+         return listed;
+     }()},
+};
+
+class Interfaces : public testing::TestWithParam<host>
+{
+};
+
+} // namespace
+
+TEST_P(Interfaces, AreAskedOnceInEachSubnet)
+{
+    const host &tested = GetParam();
+    lab_setup lab = {tested.hall, {}, {}, {{"slp.conf", "net.slp.activeDADetection = no\n"}}};
+    lab.networks.resize(tested.annex.empty() ? 0 : 1, tested.annex);
+    const lab_result result = shell_in_lab(lab, tested.setup + R"sh(
+for method in --snmp --snmp6 --slp --nodeq; do
+    $exec_by "$0" -s $method | sed -n "s/^ip: \([^ ]*\) .*/$method \1/p" &
+done; wait)sh",
+                                           REFUSE);
+    EXPECT_EQ(sorted_devices(result.program.out, ""), sorted_devices(tested.listed, ""))
+        << result.program.err;
+    if (tested.subnets != 0) {
+        const std::string everybody = "255.255.255.255:";
+        const size_t by_nodeq = line_count(requests(result.record, "nodeq"), everybody);
+        const size_t by_snmp = line_count(requests(result.record, "snmp"), everybody);
+        EXPECT_EQ(by_nodeq, 2 * tested.subnets);
+        EXPECT_EQ(by_snmp % tested.subnets, 0U) << by_snmp;
+        EXPECT_LE(by_snmp, 3 * tested.subnets); // a slow run repeats its request once more
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Lab, Interfaces, testing::ValuesIn(HOSTS),
+                         [](const auto &instance) { return instance.param.name; });
