@@ -336,6 +336,7 @@ device 10.9.1.9 id="CLS:PRINTER;MFG:A;MDL:\"q\";" snmp.repeat=2 snmp.delay=1500
 device 10.9.1.10 id="CLS:PRINTER;MFG:A;MDL:early;" snmp.then="PRINTER MFG:late"
 device 10.9.1.11 id="CLS:PRINTER;MFG:A;MDL:last"
 device 10.9.1.13 id="CLS:PRINTER;MFG:A;MDL:x" snmp.on=unicast
+device 10.9.1.14 id="CLS:PRINTER;MFG:B\xfcro;MDL:Gr\xfc\xdf;"
 device 10.9.1.12 snmp.raw=304102010004066e6f626f6479a03402010102010002010030293027060f)"
                          "2b0601040182c0150b050101011a0004144d46473a4576696c3b"
                          "434c533a5052494e544552\n"},
@@ -343,6 +344,7 @@ device 10.9.1.12 snmp.raw=304102010004066e6f626f6479a034020101020100020100302930
     EXPECT_EQ(sorted_devices(result.program.out),
               R"(ip: 10.9.1.10       slp: 0,0,0,0 snmp: 0,0,0 vendor: late dsc: ""
 ip: 10.9.1.11       slp: 0,0,0,0 snmp: 0,0,0 vendor: A dsc: "last"
+ip: 10.9.1.14       slp: 0,0,0,0 snmp: 0,0,0 vendor: Büro dsc: "Grüß"
 ip: 10.9.1.8        slp: 0,0,0,0 snmp: 0,0,0 vendor: Big dsc: "m)" +
                   std::string(94, 'x') + R"("
 ip: 10.9.1.9        slp: 0,0,0,0 snmp: 0,0,0 vendor: A dsc: "\"q\""

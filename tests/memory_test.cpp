@@ -75,3 +75,17 @@ done; wait)",
     EXPECT_GE(line_count(result.program.out, "status 0"), 1U) << result.program.out;
     EXPECT_EQ(line_count(result.program.out, "status 134"), 0U) << result.program.out;
 }
+
+TEST(Memory, AnSnmpChildEndsThoughItCannotReadAnAnswer)
+{
+    // The heap keeps nothing in stock, and grows no more once the request is out.
+    const lab_result result =
+        run_in_lab({"device 10.9.1.1 id=\"MFG:A;MDL:x;CLS:PRINTER;\" snmp.delay=1800\n"},
+                   {"/bin/bash", "-c", R"(
+GLIBC_TUNABLES=glibc.malloc.top_pad=0 timeout -s KILL 30 "$0" -s --snmp & timeout=$!
+until child=$(pgrep -P $timeout) && ls -l /proc/$child/fd | grep -q socket; do sleep 0.05; done
+sleep 0.3; prlimit --pid $child --as=1000000; wait $timeout; echo status $?)",
+                    UNLIMITED_PROGRAM});
+    EXPECT_EQ(line_count(result.program.out, "# Total 0 printers found, "), 1U);
+    EXPECT_EQ(lines_with(result.program.out, "status"), "status 0\n") << result.program.err;
+}

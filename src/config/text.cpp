@@ -39,7 +39,10 @@ char *copy_part(char *destination, const char *source, size_t length, size_t siz
 {
     if (size == 0)
         return destination;
-    return safe_strncpy(destination, source, utf8_fitting(source, length, size - 1) + 1);
+    const size_t fitting = utf8_fitting(source, length, size - 1);
+    memcpy(destination, source, fitting);
+    destination[fitting] = '\0';
+    return destination;
 }
 
 void append_text(char *destination, const char *tail, size_t size)

@@ -88,8 +88,8 @@ int collect_once(netsnmp_session *session, const struct timeval &budget)
         const int more_time = update_remaining(budget, elapsed, &remaining);
         if (ready > 0) {
             log_trace("snmp_read\n");
-            snmp_read2(&descriptors.set);
-            return 1;
+            if (snmp_read_datagram(session, &descriptors))
+                return 1;
         }
         if (more_time == 0)
             return 0;

@@ -102,7 +102,7 @@ void wait_for_answers(netsnmp_session *session)
             printf("# ERROR: select on snmp sockets failed [getdesc], %s\n", strerror(errno));
         if (ready <= 0)
             return;
-        snmp_read2(&descriptors.set);
+        snmp_read_datagram(session, &descriptors);
         if (remaining == 0)
             return;
     }

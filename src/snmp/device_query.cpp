@@ -205,7 +205,7 @@ void read_answers(const query_sessions &sessions)
         for (int i = 0; i < READS_AT_ONCE && poll(&polled, 1, 0) > 0; ++i) {
             descriptors.clear();
             NETSNMP_LARGE_FD_SET(polled.fd, &descriptors.set);
-            snmp_sess_read2(snmp_sess_pointer(session), &descriptors.set);
+            snmp_read_datagram(session, &descriptors);
         }
     }
 }

@@ -4,6 +4,7 @@
 
 #include "config/community.h"
 #include "config/text.h"
+#include "config/utf8.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -21,6 +22,16 @@ constexpr size_t SUBIDENTIFIER_TEXT_SIZE = 20;
 
 /// The longest text that is wanted of a value, and the two quotes around it.
 constexpr size_t PRINTED_SIZE = 1024 + 2;
+
+/// Whether the value is a text with characters outside ASCII: as a whole, the library would print
+/// it as hexadecimal pairs.
+bool is_foreign_text(const netsnmp_variable_list *variable)
+{
+    const uint8_t *bytes = variable->val.string;
+    return variable->type == ASN_OCTET_STR &&
+           std::any_of(bytes, bytes + variable->val_len, [](uint8_t b) { return b >= 0x80; }) &&
+           is_text(bytes, variable->val_len);
+}
 
 /// A transport has no place for a context of its own.
 decltype(netsnmp_transport::f_send) g_library_send = nullptr;
@@ -151,6 +162,22 @@ void snmp_send_everywhere(netsnmp_session *session, const egress_plan &plan)
     };
 }
 
+bool snmp_read_datagram(netsnmp_session *session, snmp_descriptor_set *shown)
+{
+    // The library's buffer for any datagram, and more for what it notes beside it.
+    constexpr size_t NEEDED = SNMP_MAX_RCV_MSG_SIZE + (16 << 10);
+    // Volatile: a compiler may leave out memory that nobody uses.
+    void *volatile memory = malloc(NEEDED);
+    const bool enough = memory != nullptr;
+    free(memory);
+    char dropped = 0;
+    if (enough)
+        snmp_read2(&shown->set);
+    else
+        recv(snmp_transport_of(session)->sock, &dropped, sizeof dropped, MSG_DONTWAIT);
+    return enough;
+}
+
 netsnmp_pdu *snmp_make_get(const char *const *oid_texts, size_t count)
 {
     netsnmp_pdu *request = snmp_pdu_create(SNMP_MSG_GET);
@@ -188,6 +215,11 @@ void snmp_value_text(const netsnmp_variable_list *variable, char *text, size_t s
     text[0] = '\0';
     if (variable->type == ASN_NULL || variable->val_len == 0 || snmp_is_absent(variable))
         return;
+    if (is_foreign_text(variable)) {
+        copy_part(text, reinterpret_cast<const char *>(variable->val.string), variable->val_len,
+                  size);
+        return;
+    }
     // The library leaves a text that does not fit without a NUL: the last byte is never its.
     char printed[PRINTED_SIZE + 1] = {};
     const int length =

@@ -89,6 +89,11 @@ struct snmp_descriptor_set {
     }
 };
 
+/// Reads one datagram of the session's socket, which has one, and calls back for an answer. Returns
+/// false where the library has no memory to read it into: it is thrown away then, since what is not
+/// read would show on the socket for ever.
+bool snmp_read_datagram(netsnmp_session *session, snmp_descriptor_set *shown);
+
 /// Makes a GET for the given objects. Returns nullptr where there is no memory for it.
 netsnmp_pdu *snmp_make_get(const char *const *oid_texts, size_t count);
 
@@ -99,6 +104,7 @@ int snmp_send_get(netsnmp_session *session, const char *const *oid_texts, size_t
 bool snmp_is_absent(const netsnmp_variable_list *variable);
 
 /// Prints the variable's value, without the quotes that enclose a string, into `text`, cut to
-/// `size` - 1 characters and always terminated. A value that is not there (null, of no length, or
-/// absent) is an empty text.
+/// `size` - 1 characters and always terminated. A text with characters outside ASCII is taken as
+/// it is; other octets that do not print are hexadecimal pairs. A value that is not there (null, of
+/// no length, or absent) is an empty text.
 void snmp_value_text(const netsnmp_variable_list *variable, char *text, size_t size);
