@@ -2,6 +2,7 @@
 #include "nodeq/nodeq.h"
 
 #include "config/interface_choice.h"
+#include "config/thorough.h"
 #include "io/egress.h"
 #include "io/interfaces.h"
 #include "io/socket.h"
@@ -26,7 +27,12 @@ constexpr useconds_t PAUSE_US = 100 * MICROSECONDS_PER_MILLISECOND;
 constexpr int MAX_DATAGRAMS = 99; ///< in one pass, for each request that it follows
 constexpr int EXCHANGES = 2;
 
-void receive_answer(device_list *devices, int socket_fd)
+/// With --thorough: requests so far apart, until so many in a row bring nobody new.
+constexpr int64_t ROUND_US = 500 * MICROSECONDS_PER_MILLISECOND;
+constexpr int IDLE_ROUNDS = 6;
+
+/// Returns whether the answerer is a new one.
+bool receive_answer(device_list *devices, int socket_fd, address_index *index)
 {
     uint8_t answer[NODEQ_ANSWER_SIZE];
     struct sockaddr_in source = {};
@@ -35,13 +41,16 @@ void receive_answer(device_list *devices, int socket_fd)
     const ssize_t received = recvfrom(socket_fd, answer, sizeof answer, MSG_DONTWAIT,
                                       reinterpret_cast<struct sockaddr *>(&source), &source_size);
     if (received <= 0)
-        return;
+        return false;
     device_record scratch = {};
     nodeq_parse_answer(answer, static_cast<size_t>(received), ntohl(source.sin_addr.s_addr),
                        &scratch);
-    device_record *record = device_list_find_or_add(devices, scratch.ip);
-    if (record != nullptr)
-        nodeq_merge_answer(record, &scratch);
+    device_record *record = device_list_find_or_add(devices, scratch.ip, index);
+    if (record == nullptr)
+        return false;
+    const bool is_new = record->nodeq_detected == 0;
+    nodeq_merge_answer(record, &scratch);
+    return is_new;
 }
 
 /// Sends the request by each way, and counts how often it has left. Returns what
@@ -73,8 +82,45 @@ void collect_answers(device_list *devices, int socket_fd, int most)
             printf("ERROR: select on nodeq socket failed: %s\n", strerror(errno));
             return;
         }
-        receive_answer(devices, socket_fd);
+        receive_answer(devices, socket_fd, nullptr);
     }
+}
+
+/// Collects the answers of one round of a thorough run. Returns the number of new answerers.
+size_t collect_round(device_list *devices, int socket_fd, address_index *index)
+{
+    size_t count = 0;
+    const int64_t end_us = monotonic_us() + ROUND_US;
+    for (int64_t now_us = 0; (now_us = monotonic_us()) < end_us;)
+        if (wait_or_end(socket_fd, POLLIN, end_us - now_us) == 1 &&
+            receive_answer(devices, socket_fd, index))
+            ++count;
+    return count;
+}
+
+int report_failed_request()
+{
+    printf("ERROR: nodeq detection failed: %s\n", strerror(errno));
+    return -2;
+}
+
+int ask_thoroughly(device_list *devices, int socket_fd)
+{
+    static address_index index;
+    index = {};
+    // An index knows only what was added with it.
+    address_index *used = *devices == nullptr ? &index : nullptr;
+    const int64_t last_us = monotonic_us() + THOROUGH_MOST_US - ROUND_US;
+    size_t answerers = 0;
+    for (int idle = 0;
+         idle < IDLE_ROUNDS && monotonic_us() <= last_us && answerers < THOROUGH_MOST_ANSWERERS;) {
+        if (nodeq_send_request(socket_fd) < 0)
+            return report_failed_request();
+        const size_t added = collect_round(devices, socket_fd, used);
+        idle = added == 0 ? idle + 1 : 0;
+        answerers += added;
+    }
+    return 0;
 }
 
 } // namespace
@@ -88,14 +134,14 @@ int discover_using_nodeq(device_list *devices, const char *target)
         printf("ERROR: Can not create nodeq socket: %s\n", strerror(errno));
         return -1;
     }
+    if (g_thorough)
+        return ask_thoroughly(devices, opened.fd);
     for (int exchange = 0; exchange < EXCHANGES; ++exchange) {
         if (exchange > 0)
             usleep(PAUSE_US);
         int sent_count = 0;
-        if (send_requests(opened.fd, &sent_count) < 0) {
-            printf("ERROR: nodeq detection failed: %s\n", strerror(errno));
-            return -2;
-        }
+        if (send_requests(opened.fd, &sent_count) < 0)
+            return report_failed_request();
         collect_answers(devices, opened.fd, MAX_DATAGRAMS * sent_count);
     }
     return 0;

@@ -7,12 +7,12 @@ namespace
 {
 
 /// Returns 0, or -1 when the URL is no printer's or no record could be had.
-int record_printer(const char *url, device_list *list)
+int record_printer(const char *url, const slp_search_cookie &search)
 {
     device_record scratch = {};
     if (parse_slp_printer_url(url, &scratch) != 0)
         return -1;
-    device_record *listed = device_list_find_or_add(list, scratch.ip);
+    device_record *listed = device_list_find_or_add(search.list, scratch.ip, search.index);
     if (listed == nullptr)
         return -1;
     merge_slp_flags(listed, &scratch);
@@ -27,7 +27,7 @@ SLPBoolean MySLPSrvURLCallback(SLPHandle /*handle*/, const char *url, unsigned s
     auto *search = static_cast<slp_search_cookie *>(cookie);
     if (code != SLP_OK && code != SLP_LAST_CALL)
         search->result = code;
-    else if (code == SLP_LAST_CALL || record_printer(url, search->list) == 0)
+    else if (code == SLP_LAST_CALL || record_printer(url, *search) == 0)
         search->result = SLP_OK;
     return SLP_TRUE;
 }

@@ -11,6 +11,7 @@
 struct slp_search_cookie {
     device_list *list; ///< where found printers are recorded
     int32_t result;    ///< SLP code of the search as reported to the callback, 0 at first
+    address_index *index = nullptr; ///< of the list; none: it is walked for each URL
 };
 
 extern "C" {

@@ -46,7 +46,10 @@ void print_failure(int32_t code, int system_error)
 
 int32_t discover_using_slp(device_list *list)
 {
-    slp_search_cookie cookie = {list, SLP_OK};
+    static address_index index;
+    index = {};
+    // An index knows only what was added with it.
+    slp_search_cookie cookie = {list, SLP_OK, *list == nullptr ? &index : nullptr};
     SLPHandle handle = nullptr;
     const SLPError opened = SLPOpen(LANGUAGE, SLP_FALSE, &handle);
     if (opened != SLP_OK) {

@@ -87,10 +87,10 @@ std::vector<int64_t> plan_waits_us(const slp_patience &patience)
 {
     std::vector<int64_t> waits;
     int64_t sum = 0;
-    for (size_t i = 0; i < patience.timeouts.count; ++i) {
-        int64_t wait = patience.timeouts.ms[i];
+    for (size_t i = 0; patience.regular_wait != 0 || i < patience.timeouts.count; ++i) {
+        int64_t wait = patience.regular_wait != 0 ? patience.regular_wait : patience.timeouts.ms[i];
         if (i == 0)
-            wait = std::min<int64_t>(wait, patience.maximum_wait);
+            wait = std::min(wait, patience.maximum_wait);
         sum += wait;
         if (sum > patience.maximum_wait)
             break;

@@ -22,8 +22,9 @@ using slp_datagram_reader = int (*)(void *context, const uint8_t *bytes, size_t 
 /// How long a search goes on.
 struct slp_patience {
     const slp_timeouts &timeouts; ///< the waits after each request
-    int32_t maximum_wait;         ///< milliseconds that all waits may add up to
+    int64_t maximum_wait;         ///< milliseconds that all waits may add up to
     int idle_repetitions;         ///< repeated requests in a row without a new sender: the end
+    int32_t regular_wait = 0;     ///< milliseconds; if not 0: each wait, instead of the timeouts
 };
 
 /// Sends `request` by multicast (or broadcast) over every usable interface and collects answers.

@@ -326,13 +326,14 @@ std::string slp_ask_directory_agents(const slp_settings &settings, const slp_req
 {
     const std::vector<directory_agent> agents = find_directory_agents(settings, request);
     // Adverts are asked for without scopes: an agent of any shall say which it serves.
-    agents_search search = {settings,
-                            request,
-                            results,
-                            directory_agent_request(request, ""),
-                            monotonic_us() + agents_wait_us(settings.properties),
-                            request.scopes,
-                            std::vector<agent_query>(agents.size())};
+    agents_search search = {
+        settings,
+        request,
+        results,
+        directory_agent_request(request, ""),
+        std::min(results->deadline_us, monotonic_us() + agents_wait_us(settings.properties)),
+        request.scopes,
+        std::vector<agent_query>(agents.size())};
     for (size_t i = 0; i < agents.size(); ++i)
         begin_query(search, agents[i], &search.queries[i]);
     while (search.turn < agents.size() && !search.unserved.empty() &&

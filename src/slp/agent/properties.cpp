@@ -21,11 +21,13 @@ struct number_property {
     int32_t slp_properties::*field;
     int32_t least;
     int32_t most;
+    bool slp_properties::*is_set = nullptr; ///< notes that the file has it
 };
 
 constexpr number_property NUMBERS[] = {
     {"net.slp.DADiscoveryMaximumWait", &slp_properties::da_discovery_maximum_wait, 0, WAIT_MAX_MS},
-    {"net.slp.multicastMaximumWait", &slp_properties::multicast_maximum_wait, 1, WAIT_MAX_MS},
+    {"net.slp.multicastMaximumWait", &slp_properties::multicast_maximum_wait, 1, WAIT_MAX_MS,
+     &slp_properties::is_multicast_wait_set},
     {"net.slp.multicastTTL", &slp_properties::multicast_ttl, 1, 255},
     {"net.slp.MTU", &slp_properties::mtu, 128, 65535},
 };
@@ -95,6 +97,7 @@ void set_timeouts(std::string_view value, slp_timeouts *timeouts)
         if (!read_number(items[i], 1, TIMEOUT_MAX_MS, &read.ms[i]))
             return;
     read.count = items.size();
+    read.is_set = true;
     *timeouts = read;
 }
 
@@ -124,8 +127,10 @@ void set_max_results(std::string_view value, int32_t *max_results)
 void set_property(std::string_view name, std::string_view value, slp_properties *properties)
 {
     for (const number_property &known : NUMBERS)
-        if (slp_same_text(name, known.name))
-            read_number(value, known.least, known.most, &(properties->*known.field));
+        if (slp_same_text(name, known.name) &&
+            read_number(value, known.least, known.most, &(properties->*known.field)) &&
+            known.is_set != nullptr)
+            properties->*known.is_set = true;
     for (const flag_property &known : FLAGS)
         if (slp_same_text(name, known.name))
             set_flag(value, &(properties->*known.field));

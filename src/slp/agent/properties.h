@@ -15,6 +15,7 @@ constexpr int32_t SLP_RESULTS_MAX = 65536; ///< URLs of one search: a bound on m
 
 /// The waits of a search, one after another, in milliseconds.
 struct slp_timeouts {
+    bool is_set = false; ///< by the file
     size_t count = 6;
     std::array<int32_t, SLP_TIMEOUTS_MAX> ms = {500, 750, 1000, 1500, 2000, 3000};
 };
@@ -28,6 +29,7 @@ struct slp_properties {
     bool is_broadcast_only = false;           ///< broadcast where multicast does not work
     int32_t da_discovery_maximum_wait = 2000; ///< milliseconds; 0: no search for them
     int32_t multicast_maximum_wait = 5000;    ///< milliseconds
+    bool is_multicast_wait_set = false;       ///< by the file
     slp_timeouts da_discovery_timeouts;
     slp_timeouts multicast_timeouts;
     int32_t multicast_ttl = 8;

@@ -1,6 +1,7 @@
 // One whole search for services: directory agents first, then multicast.
 #include "slp/agent/service_search.h"
 
+#include "config/thorough.h"
 #include "io/wait.h"
 #include "slp/agent/convergence.h"
 #include "slp/agent/directory_agents.h"
@@ -22,6 +23,11 @@ constexpr int IDLE_REPETITIONS = 2;
 constexpr size_t OVERFLOWED_MAX = 16;
 constexpr int64_t OVERFLOWED_WAIT_US = 2 * MICROSECONDS_PER_SECOND;
 
+/// The same with --thorough, where a third of the packets may be lost: the usual waits allow four
+/// requests alone, so these come at regular waits, unless the properties say how long to wait.
+constexpr int THOROUGH_IDLE_REPETITIONS = 6;
+constexpr int32_t THOROUGH_WAIT_MS = 500;
+
 bool is_control(char character)
 {
     const auto byte = static_cast<unsigned char>(character);
@@ -35,6 +41,8 @@ bool is_usable(std::string_view url)
 
 /// URLs of one service agent; more are passed over, so that no single host can use up the search.
 constexpr size_t SHARE_MAX = SLP_RESULTS_MAX / 8;
+/// Service agents whose answers count: a bound on memory.
+constexpr size_t AGENTS_MAX = SLP_RESULTS_MAX;
 
 struct datagram_search {
     const slp_request &request;
@@ -60,7 +68,10 @@ int read_service_datagram(void *context, const uint8_t *bytes, size_t size,
     if (slp_read_service_reply(bytes, size, search->request.xid, &reply) != 0 ||
         reply.error_code != 0)
         return SLP_DATAGRAM_FOREIGN;
-    size_t &share = search->shares.emplace(sender.sin_addr.s_addr, SHARE_MAX).first->second;
+    auto &shares = search->shares;
+    if (shares.size() >= AGENTS_MAX && shares.count(sender.sin_addr.s_addr) == 0)
+        return SLP_DATAGRAM_FOREIGN;
+    size_t &share = shares.emplace(sender.sin_addr.s_addr, SHARE_MAX).first->second;
     // What fitted counts even if the sender's TCP port turns out to be closed.
     slp_results_add(search->results, reply, &share);
     if (reply.overflow)
@@ -71,7 +82,8 @@ int read_service_datagram(void *context, const uint8_t *bytes, size_t size,
 /// Each one has its share of the time that is left, so that one that is silent takes no other's.
 void ask_overflowed(const slp_settings &settings, datagram_search &search)
 {
-    const int64_t deadline_us = monotonic_us() + OVERFLOWED_WAIT_US;
+    const int64_t deadline_us =
+        std::min(search.results->deadline_us, monotonic_us() + OVERFLOWED_WAIT_US);
     auto left = static_cast<int64_t>(search.overflowed.size());
     for (const struct in_addr &agent : search.overflowed) {
         if (slp_results_complete(*search.results))
@@ -81,6 +93,23 @@ void ask_overflowed(const slp_settings &settings, datagram_search &search)
                            search.results, &search.shares[agent.s_addr]);
         --left;
     }
+}
+
+slp_patience patience_of(const slp_properties &properties, int64_t deadline_us)
+{
+    slp_patience patience = {properties.multicast_timeouts, properties.multicast_maximum_wait,
+                             IDLE_REPETITIONS};
+    if (!g_thorough)
+        return patience;
+    patience.idle_repetitions = THOROUGH_IDLE_REPETITIONS;
+    if (!properties.multicast_timeouts.is_set)
+        patience.regular_wait = THOROUGH_WAIT_MS;
+    // What did not fit is asked for before the deadline, too.
+    const int64_t left_us = deadline_us - OVERFLOWED_WAIT_US - monotonic_us();
+    const int64_t most = std::max<int64_t>(left_us / MICROSECONDS_PER_MILLISECOND, 0);
+    patience.maximum_wait =
+        properties.is_multicast_wait_set ? std::min(patience.maximum_wait, most) : most;
+    return patience;
 }
 
 } // namespace
@@ -109,16 +138,16 @@ void slp_results_add(slp_results *results, const slp_service_reply &reply, size_
 SLPError slp_search_services(const slp_settings &settings, const slp_request &request,
                              slp_results *results)
 {
+    if (g_thorough)
+        results->deadline_us = monotonic_us() + THOROUGH_MOST_US;
     slp_request unserved = request;
     unserved.scopes = slp_ask_directory_agents(settings, request, results);
     if (unserved.scopes.empty() || slp_results_complete(*results))
         return SLP_OK;
     datagram_search search = {unserved, results, {}, {}};
-    const slp_properties &properties = settings.properties;
-    const SLPError code = slp_converge(
-        settings, unserved,
-        {properties.multicast_timeouts, properties.multicast_maximum_wait, IDLE_REPETITIONS},
-        read_service_datagram, &search);
+    const SLPError code =
+        slp_converge(settings, unserved, patience_of(settings.properties, results->deadline_us),
+                     read_service_datagram, &search);
     if (code == SLP_OK)
         ask_overflowed(settings, search);
     return code;

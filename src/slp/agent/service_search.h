@@ -7,6 +7,7 @@
 #include "slp/agent/slp.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <unordered_set>
 
@@ -25,6 +26,7 @@ struct slp_results {
     size_t most;                          ///< URLs after which the search is over
     std::unordered_set<std::string> seen; ///< the URLs handed over
     bool refused;                         ///< the callback wants no more calls
+    int64_t deadline_us = INT64_MAX;      ///< of the whole search (monotonic)
 };
 
 /// Tells whether the search is over: enough URLs, or a callback that wants no more.
