@@ -376,6 +376,8 @@ cd /tmp; "$0" --snmp >out; ls -- *.log 2>/dev/null
 "$0" -c "it's" --snmp --snmp6 >out; ls -- *.log; sed -E 's/ <.*devscout'"'?"' / </; s/: 20.*/: 20/' devscout.log
 echo APPEND_MODE=1 >devscout_snmp.lcf; echo before >devscout_snmp.log; "$0" -s --snmp >out
 sed -n 's/: 20.*/: 20/; 1,2p' devscout_snmp.log
+grep -c received devscout_snmp.log
+echo LOG_LEVEL=3 >devscout_snmp.lcf; "$0" -s --snmp >out; grep -A1 received devscout_snmp.log | grep -oE ':received|04 06 .*  72 a2'
 grep -oE ':(disc.*netsnmp|snmp_send|snmp_read|response_count=1|snmp_timeout)$|var: .*' devscout_snmp.log
 rm devscout.log; mkdir devscout.log; "$0" --snmp 2>&1 >out; grep -c '^ip: 10.9.1.1 ' out)sh");
     EXPECT_EQ(result.program.out, R"(devscout.log
@@ -387,6 +389,9 @@ TRACE: run: <-c 'it'\''s' -s --snmp6>
 INFO: 20
 before
 INFO: 20
+0
+:received
+04 06 76  65 73 70 65  72 a2
 :discover_using_netsnmp
 :snmp_send
 :snmp_read

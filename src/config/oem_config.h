@@ -1,4 +1,5 @@
-// The vendor configuration file "OEM.ini" of the installation.
+// The vendor configuration file "OEM.ini" of the installation. The program itself uses none of its
+// keys: vendors who build on these sources find them read.
 #pragma once
 
 #include "config/paths.h"

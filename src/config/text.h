@@ -1,4 +1,5 @@
-// Bounded copies and small changes of plain C texts.
+// Bounded copies and small changes of plain C texts. Those into shared buffers have no caller here:
+// they are for users of the vendor's names (`config/oem_config.h`).
 #pragma once
 
 #include <cstddef>

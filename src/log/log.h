@@ -1,4 +1,7 @@
 // The process's log file under /tmp: off unless a configuration file switches it on.
+//
+// Lines without a level, arguments, buffering and a log without a configuration file are for those
+// who put a record into a build of their own while they look for a fault: nothing calls them here.
 #pragma once
 
 #include "config/paths.h"
@@ -11,6 +14,7 @@
 constexpr int LOG_VERBOSITY_MASK = 0x0F;
 constexpr int LOG_LEVEL_INFO = 1;  ///< start and exit of a process
 constexpr int LOG_LEVEL_TRACE = 2; ///< every step worth following
+constexpr int LOG_LEVEL_DUMP = 3;  ///< the bytes of what was received
 
 extern FILE *log_stream;         ///< the open log; nullptr: logging is off
 extern int log_level;            ///< threshold: verbosity and enabled categories

@@ -62,6 +62,7 @@ void do_one_poll(device_list *devices, const char *target, bool ipv6)
     if (const netsnmp_transport *transport = snmp_transport_of(opened.session))
         prepare_socket(transport->sock);
     snmp_send_everywhere(opened.session, plan);
+    snmp_dump_datagrams(opened.session);
     log_trace("snmp_send\n");
     const char *const objects[] = {IDENTIFICATION_OID};
     if (snmp_send_get(opened.session, objects, 1) == 0) {

@@ -5,6 +5,8 @@
 #include "config/community.h"
 #include "config/text.h"
 #include "config/utf8.h"
+#include "log/log.h"
+#include "log/timestamp.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -36,6 +38,7 @@ bool is_foreign_text(const netsnmp_variable_list *variable)
 /// A transport has no place for a context of its own.
 decltype(netsnmp_transport::f_send) g_library_send = nullptr;
 egress_plan g_plan;
+decltype(netsnmp_transport::f_recv) g_library_receive = nullptr;
 
 struct sockaddr_in ipv4_target(const struct sockaddr_storage &target)
 {
@@ -176,6 +179,22 @@ bool snmp_read_datagram(netsnmp_session *session, snmp_descriptor_set *shown)
     else
         recv(snmp_transport_of(session)->sock, &dropped, sizeof dropped, MSG_DONTWAIT);
     return enough;
+}
+
+void snmp_dump_datagrams(netsnmp_session *session)
+{
+    netsnmp_transport *transport = snmp_transport_of(session);
+    if (transport == nullptr)
+        return;
+    g_library_receive = transport->f_recv;
+    transport->f_recv = [](netsnmp_transport *receiver, void *data, int size, void **peer,
+                           int *peer_size) -> int {
+        const int received = g_library_receive(receiver, data, size, peer, peer_size);
+        if (received > 0 &&
+            log_printf(LOG_LEVEL_DUMP, "%s:received %d bytes\n", timestamp_str(), received) > 0)
+            log_xdump(data, received, nullptr);
+        return received;
+    };
 }
 
 netsnmp_pdu *snmp_make_get(const char *const *oid_texts, size_t count)

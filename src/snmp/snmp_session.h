@@ -45,6 +45,10 @@ struct sockaddr_storage snmp_target_of(const netsnmp_transport &transport);
 /// plan; answers through any of them belong to the one request. One session of a process at a time.
 void snmp_send_everywhere(netsnmp_session *session, const egress_plan &plan);
 
+/// Dumps each datagram that the session receives into a log of level 3 and above: what a report of
+/// a device that is not recognised needs. One session of a process at a time.
+void snmp_dump_datagrams(netsnmp_session *session);
+
 /// Frees a text of the library, or one that is made for it, by `free`.
 struct library_text_deleter {
     void operator()(char *text) const
