@@ -110,9 +110,11 @@ devscout: no method was selected, so nothing was asked .--all: the usual.
 devscout: 'a [[]2J !' is no option and is ignored .see devscout.1..
 devscout: '-c' lacks its COMMUNITY and is ignored
 )"},
-        {{"--nodeq", "-c", "public", "-R", "--slp", "x"}, R"(devscout: '-c' counts before .*
+        {{"--nodeq", "-c", "public", "-R", "--slp", "x", "--quick", "y"},
+         R"(devscout: '-c' counts before .*
 devscout: '-R' counts before the methods only and is ignored
 devscout: 'x' is no option .*
+devscout: 'y' is no option .*
 )"},
         {{"-c", "--snmp", "--nodeq"}, "devscout: '--snmp' is taken for the COMMUNITY of '-c'\n"},
         {{"-c", "-x", "--nodeq"}, ""},
@@ -162,9 +164,10 @@ TEST(Terminal, NamesTheOptionForLongQueuesOnce)
         const scripted_run scripted("\"-s --snmp\") for i in {1.." + std::to_string(devices) +
                                     R"(}; do
     echo "ip: 10.0.0.$i snmp: 1,1,0 vendor: V dsc: \"\""; done;;
+"-s --nodeq") for i in 1 2; do sleep 0.2; echo "ip: 10.0.1.$i snmp: 0,0,0 vendor: V dsc: \"D\""; done;;
 *) until [ -e "$here/end" ]; do sleep 0.05; done;;)");
-        program_session session(scripted.with({"--snmp", option}), &TERMINAL);
-        session.read_until(std::to_string(devices) + " to describe");
+        program_session session(scripted.with({"--snmp", "--nodeq", option}), &TERMINAL);
+        session.read_until(std::to_string(devices + 2) + " devices");
         run_program(scripted.shell_run("touch \"$here/end\"", {}));
         session.finish();
         EXPECT_EQ(line_count(screen(session.written), "devscout: more than 30 devices to ask"),

@@ -1,5 +1,5 @@
-// Hex dumps: offset, byte values and characters, 16 bytes per line. Those to standard output are for
-// builds that look for a fault: nothing calls them here.
+// Hex dumps: offset, byte values and characters, 16 bytes per line. Those to standard output are
+// for builds that look for a fault: nothing calls them here.
 #pragma once
 
 #include <cstdio>
