@@ -319,6 +319,30 @@ asked at once, 1
     EXPECT_EQ(line_count(requests(result.record, "snmp"), "10.9.1.5:"), 3U);
 }
 
+TEST(Lab, ProbesItselfWhatNeedsNoDescriptionWhereItIsQuick)
+{
+    constexpr char FLEET[] = R"(
+device 10.9.1.1 count=24 id="MFG:Acme;MDL:A%n;CLS:PRINTER;" tcp=never
+device 10.9.2.1 count=24 id="MFG:Acme;MDL:B%n;CLS:PRINTER;"
+device 10.9.3.1 id="MFG:Acme;CLS:PRINTER;"
+device 10.9.3.2 id="MFG:Acme;CLS:PRINTER;" tcp=never
+device 10.9.3.3 id="MFG:Acme;CLS:PRINTER;" snmp.on=broadcast
+)";
+    // The silent ones take all descriptors: the others must wait for theirs.
+    const lab_result result = shell_in_lab({FLEET}, R"sh(
+for fd in {40..139}; do eval "exec $fd</dev/null"; done; ulimit -n 142
+"$0" --snmp --quick)sh");
+    std::string listed;
+    for (const std::string &line : lines_of(lines_with(result.program.out, "ip: ")))
+        listed += line.substr(4, line.find(' ', 4) - 4) + line.substr(line.find("dsc:") + 4) + "\n";
+    std::string expected;
+    for (int i = 1; i <= 24; ++i)
+        expected += "10.9.2." + std::to_string(i) + " \"B" + std::to_string(i) + "\"\n";
+    EXPECT_EQ(listed, expected + "10.9.3.1 \"Acme\"\n10.9.3.3 \"\"\n");
+    EXPECT_EQ(line_count(requests(result.record, "snmp"), "10.9.2."), 0U)
+        << "asked though it has a model";
+}
+
 TEST(Lab, PassesOverBrokenSnmpAnswers)
 {
     // The last one sends a request instead of a response, with the value MFG:Evil;CLS:PRINTER.

@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -112,33 +113,80 @@ a8 01 02 03 04 05 06 07 08 09 0a 0b 0c 0d 0e 0f
     EXPECT_THAT(report, testing::HasSubstr(listed + "# Total 4 scanners found, "));
 }
 
-TEST(Parent, RunsThreeDescriptionChildrenAtOnceAndEightWhereItIsQuick)
+TEST(Parent, RunsThreeChildrenForOneDeviceAtOnceAndEightWhereItIsQuick)
 {
-    for (const auto &[option, pool] : {std::pair("--snmp", "3"), std::pair("--quick", "8")}) {
+    for (const std::string pool : {"3", "8"}) {
         // Each child goes on once as many have started as are to run at once.
-        const scripted_run parent("*) pool=" + std::string(pool) + R"(
+        const scripted_run parent("*) pool=" + pool + R"(
 case "$*" in
 "-s --snmp") for i in {1..12} {1..12}; do
         echo "ip: 10.0.0.$i slp: 0,0,0,0 snmp: 0,0,0 vendor: V dsc: \"\""
     done;;
-*"-R "*) echo start >>"$here/steps"
+"-R "*|"-I "*) echo start >>"$here/steps"
     for i in {1..200}; do
         [ $(grep -c start "$here"/steps) -ge $pool ] && break
         sleep 0.05
     done
     sleep 0.2; echo end >>"$here/steps"
-    echo "ip: ${!#}        dsc: \"Model of ${!#}\"";;
+    echo "ip: ${!#}        dsc: \"Model of ${!#}\""
+    echo "a8 ff";;
 esac;;
 )");
+        const arguments given =
+            pool == "3" ? arguments{"--snmp"} : arguments{"--snmp", "--quick", "--scanner"};
         const program_result result = run_program(parent.shell_run(R"sh(("$@")
 awk '/start/ { ++started; ++running } /end/ { --running } running > most { most = running }
     END { print started " started, at once " most }' "$here/steps")sh",
-                                                                   {"--snmp", option}));
-        EXPECT_THAT(result.out,
-                    testing::EndsWith("12 started, at once " + std::string(pool) + "\n"));
+                                                                   given));
+        EXPECT_THAT(result.out, testing::EndsWith("12 started, at once " + pool + "\n"));
         EXPECT_EQ(line_count(result.out, "ip: "), 12U);
         EXPECT_THAT(result.out, testing::HasSubstr("dsc: \"Model of 10.0.0.12\""));
     }
+}
+
+TEST(Parent, AsksOneChildForAllThatNamedNoModelWhereItIsQuick)
+{
+    // The addresses come in one piece; what has a model needs no child unless it is a name.
+    const scripted_run parent(R"(
+"-s --snmp") printf 'ip: %s slp: 0,0,0,0 snmp: 1,1,0 vendor: V dsc: "%s"\n' \
+        10.0.0.1 '' 10.0.0.2 '' 10.0.0.3 '' 10.0.0.4 Own fe80::5 Own fe80::6 '' host Own 10.0.0.7 '' >"$here/lines"
+    cat "$here/lines";;
+*"-R "*) printf '<%s>' "$@" >>"$here/arguments"
+    printf 'ip: %s dsc: "Told %s"\n' fe80::6 6 10.0.0.1 1
+    echo 'ip: 10.0.0.3         dsc: " " ERROR: Destination unreachable'
+    echo 'ip: host         dsc: " " ERROR: Destination unreachable'
+    kill -9 $$;;
+)");
+    const program_result result = run_program(parent.with({"--snmp", "--quick"}));
+    EXPECT_EQ(parent.file("arguments"),
+              "<--quick><-R><10.0.0.1><10.0.0.2><10.0.0.3><fe80::6><host><10.0.0.7>");
+    std::string listed;
+    for (const char *device : {"10.0.0.1 Told 1", "10.0.0.2 ", "10.0.0.4 Own", "fe80::5 Own",
+                               "fe80::6 Told 6", "10.0.0.7 "})
+        listed += device + std::string("\n");
+    std::string found;
+    for (const std::string &line : lines_of(lines_with(result.out, "ip: "))) {
+        const size_t quote = line.find('"');
+        found += line.substr(4, line.find(' ', 4) - 4) + " " +
+                 line.substr(quote + 1, line.size() - quote - 2) + "\n";
+    }
+    EXPECT_EQ(found, listed);
+    EXPECT_EQ(result.err, "Killed\ndevscout: describing 2 devices: Killed\n");
+}
+
+TEST(Parent, SplitsWhatNoCommandLineHoldsAmongChildrenForMany)
+{
+    const scripted_run parent(R"(
+"-s --snmp") seq -f 'ip: 10.0.%05.0f snmp: 1,1,0 vendor: V dsc: ""' 6000;;
+*"-R "*) shift 2; printf 'ip: %s dsc: "Told"\n' "$@"; echo start >>"$here/steps";;
+)");
+    const program_result result = run_program(parent.with({"--snmp", "--quick"}));
+    EXPECT_EQ(line_count(result.out, "ip: "), 6000U);
+    const auto lines = lines_of(lines_with(result.out, "ip: "));
+    EXPECT_TRUE(std::all_of(lines.begin(), lines.end(), [](const std::string &line) {
+        return line.find("\"Told\"") != std::string::npos;
+    }));
+    EXPECT_LE(line_count(parent.file("steps"), "start"), 12U);
 }
 
 TEST(Parent, MergesLinesAndStartsChildrenAtOnceThoughTheOthersStaySilentThen)
@@ -209,7 +257,7 @@ TEST(Parent, HandsOnlyCommunityAndMethodToItsChildren)
         {"two words $(id)'", {"-c", "", "--snmp"}, "<-c><><-s><--snmp>\n<-R><10.0.0.1;id>\n"},
         {"c",
          {"--quick", "-c", "x", "--snmp"},
-         "<-c><x><-s><--snmp>\n<--quick><-R><10.0.0.1;id>\n"},
+         "<-c><x><-s><--snmp>\n<-c><x><--quick><-R><10.0.0.1;id>\n"},
         {"child",
          {"--snmp", "--thorough", "--scanner"},
          "<--thorough><-s><--snmp>\n<--thorough><-I><10.0.0.1;id>\n"},

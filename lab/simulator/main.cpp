@@ -125,12 +125,6 @@ static int open_end_signal()
     return signalfd(-1, &signals, SFD_CLOEXEC);
 }
 
-// The shorter of two waits, of which -1 has no end.
-static int64_t shorter_wait(int64_t one, int64_t other)
-{
-    return one < 0 || (other >= 0 && other < one) ? other : one;
-}
-
 static void run(const fleet &devices, int end_signal)
 {
     // One more round after the signal: it reads from the connections that the last one accepted.

@@ -6,6 +6,7 @@
 #include "io/process.h"
 #include "log/log.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
@@ -13,19 +14,21 @@ namespace
 {
 
 constexpr size_t COMMAND_SIZE = 4096;
+constexpr size_t BATCH_COMMAND_SIZE =
+    32768; ///< some 2000 addresses; the system takes four times it
 constexpr char SAFE_CHARACTERS[] = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789"
                                    "_./:@%+=,-";
 
 /// A command line for the shell, put together word by word. What does not fit is left out.
 struct shell_command {
-    char text[COMMAND_SIZE] = "";
+    char text[BATCH_COMMAND_SIZE] = "";
     size_t length = 0; ///< of the whole command, which may be longer than `text`
 };
 
 void add_text(shell_command *command, const char *text)
 {
     for (; *text != '\0'; ++text, ++command->length) {
-        if (command->length + 1 < COMMAND_SIZE)
+        if (command->length + 1 < sizeof command->text)
             command->text[command->length] = *text;
     }
 }
@@ -48,6 +51,19 @@ void add_word(shell_command *command, const char *word)
         add_text(command, word);
     else
         add_quoted(command, word);
+}
+
+/// Adds a further word, or nothing where it would not fit. Returns whether it does.
+bool add_word_that_fits(shell_command *command, const char *word)
+{
+    const size_t length = command->length;
+    add_text(command, " ");
+    add_word(command, word);
+    if (command->length < sizeof command->text)
+        return true;
+    memset(command->text + length, 0, sizeof command->text - length);
+    command->length = length;
+    return false;
 }
 
 /// Adds the first word of a command. The shell would take "-x" for its own option and "a=b/c"
@@ -86,34 +102,23 @@ shell_command child_command(const run_settings &settings, run_kind kind)
     return command;
 }
 
-/// Starts the command, for one device or a method, with its output in the slot. Cut, a command
-/// would lose options and start a process of another kind, so one that is too long is not started.
-void start_child(parent_run *run, child_slot *slot, const shell_command &command, bool for_device)
+/// Starts the command with its output in the slot. Cut, a command would lose options and start a
+/// process of another kind, so one of `size` characters or more is not started. Returns whether it
+/// was (`errno`).
+bool start_child(child_slot *slot, const shell_command &command, size_t size)
 {
     errno = E2BIG;
-    if (command.length < COMMAND_SIZE)
+    if (command.length < size)
         slot->stream = open_command(command.text, &slot->pid);
-    if (slot->stream == nullptr)
-        add_failure(&run->failures, static_cast<int>(slot - run->slots), for_device,
-                    strerror(errno));
     slot->pending_length = 0;
     slot->at_end = 0;
     slot->error_number = 0;
+    return slot->stream != nullptr;
 }
 
-/// The queue's first entry that no child was started for; nullptr: none.
-list_node *first_waiting(const parent_run *run)
+void note_missing_child(parent_run *run, int slot, int devices)
 {
-    return run->last_started == nullptr ? run->queue : run->last_started->next;
-}
-
-child_slot *free_desc_slot(parent_run *run)
-{
-    for (int i = 0; i < CHILD_SLOT_COUNT; ++i) {
-        if (is_desc_slot(i, run->settings.quick) && run->slots[i].stream == nullptr)
-            return &run->slots[i];
-    }
-    return nullptr;
+    add_failure(&run->failures, slot, devices, strerror(errno));
 }
 
 } // namespace
@@ -125,30 +130,72 @@ void run_child_process(parent_run *run, const method &started)
     add_text(&command, "--");
     add_text(&command, started.word);
     log_printf(LOG_LEVEL_TRACE, "TRACE: run: <%s>\n", command.text);
-    start_child(run, &run->slots[started.slot], command, false);
+    if (!start_child(&run->slots[started.slot], command, COMMAND_SIZE))
+        note_missing_child(run, started.slot, 0);
+}
+
+int free_desc_slot(const parent_run &run)
+{
+    for (int i = 0; i < CHILD_SLOT_COUNT; ++i) {
+        if (is_desc_slot(i, run.settings.quick) && run.slots[i].stream == nullptr)
+            return i;
+    }
+    return -1;
 }
 
 void start_desc_children(parent_run *run)
 {
-    for (list_node *node = first_waiting(run); node != nullptr; node = node->next) {
+    for (list_node *node = queued_behind(*run, run->last_started); node != nullptr;
+         node = node->next) {
         auto *request = static_cast<desc_request *>(node->data);
-        child_slot *slot = free_desc_slot(run);
-        if (slot == nullptr)
+        const int free_slot = free_desc_slot(*run);
+        if (free_slot < 0)
             return;
+        child_slot *slot = &run->slots[free_slot];
         shell_command command =
             child_command(run->settings, request->describe != 0 ? run_kind::get_description
                                                                 : run_kind::scanner_inquiry);
         add_word(&command, request->ip);
-        start_child(run, slot, command, true);
+        if (!start_child(slot, command, COMMAND_SIZE))
+            note_missing_child(run, free_slot, 1);
         safe_strncpy(slot->target_ip, request->ip, sizeof slot->target_ip);
+        slot->addresses_left = 1;
         request->started = 1;
         run->last_started = node;
     }
 }
 
-bool can_start_desc_child(parent_run *run)
+bool start_batch_child(parent_run *run, int number, bool settle)
 {
-    return first_waiting(run) != nullptr && free_desc_slot(run) != nullptr;
+    shell_command command = child_command(run->settings, run_kind::get_description);
+    list_node *last = run->quick.last_batched;
+    const char *first = nullptr;
+    int32_t count = 0;
+    while (last != run->last_started) {
+        list_node *node = queued_behind(*run, last);
+        const auto *request = static_cast<const desc_request *>(node->data);
+        if (request->started == 0) {
+            if (count > 0 && !add_word_that_fits(&command, request->ip))
+                break;
+            if (count++ == 0)
+                add_word(&command, first = request->ip);
+        }
+        last = node;
+    }
+    child_slot *slot = &run->slots[number];
+    if (!start_child(slot, command, sizeof command.text)) {
+        if (!settle)
+            return false;
+        note_missing_child(run, number, count);
+    }
+    while (run->quick.last_batched != last) {
+        run->quick.last_batched = queued_behind(*run, run->quick.last_batched);
+        static_cast<desc_request *>(run->quick.last_batched->data)->started = 1;
+    }
+    run->quick.to_batch -= static_cast<size_t>(count);
+    safe_strncpy(slot->target_ip, first, sizeof slot->target_ip);
+    slot->addresses_left = count;
+    return true;
 }
 
 int end_child(child_slot *slot)
@@ -164,10 +211,13 @@ void empty_child_slot(parent_run *run, int number, int wait_status)
 {
     child_slot *slot = &run->slots[number];
     note_failing_end(slot->failure, wait_status);
-    add_failure(&run->failures, number, slot->target_ip[0] != '\0', slot->failure);
+    // An error of a child for many is that of one device, unless it has died of it.
+    const int left = ended_by_signal(wait_status) ? slot->addresses_left : 1;
+    add_failure(&run->failures, number, std::min(left, slot->addresses_left), slot->failure);
     slot->hex_lines = 0;
     slot->target_ip[0] = '\0';
     slot->failure[0] = '\0';
+    slot->addresses_left = 0;
 }
 
 void kill_children(const parent_run *run)

@@ -12,8 +12,14 @@ void run_child_process(parent_run *run, const method &started);
 /// with `--quick`. An address whose child cannot be started counts as started.
 void start_desc_children(parent_run *run);
 
-/// Whether an address waits whose child could be started.
-bool can_start_desc_child(parent_run *run);
+/// The slot that the next description child would run in; -1: each has one.
+int free_desc_slot(const parent_run &run);
+
+/// Starts one description child for as many of the entries as its command line has room for: those
+/// behind `run->quick.last_batched`, and not behind `run->last_started`, that are not started.
+/// Returns whether it was started; `settle` makes the entries count as started also where it cannot
+/// be.
+bool start_batch_child(parent_run *run, int number, bool settle);
 
 /// Closes the slot's stream and waits for the child to end. Returns its shell's wait status. An
 /// interruption ends the wait.

@@ -90,12 +90,12 @@ bool ended_by_signal(int wait_status)
     return ending_signal(wait_status) != 0;
 }
 
-void add_failure(failure_notes *notes, int slot, bool for_device, const char *reason)
+void add_failure(failure_notes *notes, int slot, int devices, const char *reason)
 {
     if (reason[0] == '\0')
         return;
-    if (for_device) {
-        ++notes->device_count;
+    if (devices > 0) {
+        notes->device_count += devices;
         keep(notes->devices, reason);
     } else if (slot_method(slot) < METHOD_COUNT) {
         keep(notes->methods[slot_method(slot)], reason);

@@ -12,7 +12,7 @@ constexpr size_t REASON_SIZE = 128;
 struct failure_notes {
     char methods[METHOD_COUNT][REASON_SIZE]; ///< the first reason of each; empty: none
     char devices[REASON_SIZE];               ///< of the first description or inquiry child
-    int device_count;                        ///< of such children that failed
+    int device_count;                        ///< whose child failed
 };
 
 /// Keeps the reason that a child's line gives, where it reports an error, and none is kept yet.
@@ -26,9 +26,9 @@ void note_failing_end(char (&reason)[REASON_SIZE], int wait_status);
 /// for it.
 bool ended_by_signal(int wait_status);
 
-/// Adds the failure of the child that ran in the slot, for a device or else for its method. Without
-/// a reason there is none.
-void add_failure(failure_notes *notes, int slot, bool for_device, const char *reason);
+/// Adds the failure of the child that ran in the slot, for so many devices or else (0) for its
+/// method. Without a reason there is none.
+void add_failure(failure_notes *notes, int slot, int devices, const char *reason);
 
 /// Tells it on standard error, and that the host's interfaces cannot be listed. A host without IPv6
 /// is no failure of IPv6 where another of the selected methods could ask.

@@ -14,12 +14,6 @@ namespace
 
 constexpr char PROVISIONAL_MARK = '#';
 
-/// A provisional description is one that nodeq alone has given.
-bool has_real_description(const device_record *record)
-{
-    return record->dsc[0] != '\0' && record->dsc[0] != PROVISIONAL_MARK;
-}
-
 void merge_numbers(device_record *record, const device_line &line)
 {
     // Only the SLP child's lines carry these flags; zeros in other lines take nothing away.
@@ -111,6 +105,11 @@ void merge_hex_line(parent_run *run, const char *line, child_slot *slot)
 
 } // namespace
 
+bool has_real_description(const device_record *record)
+{
+    return record->dsc[0] != '\0' && record->dsc[0] != PROVISIONAL_MARK;
+}
+
 void merge_line(parent_run *run, char *line, int slot)
 {
     if (carries_device_lines(slot))
@@ -142,10 +141,13 @@ void merge_discovery_line(parent_run *run, char *line, int slot)
 void merge_desc_line(parent_run *run, char *line, int slot)
 {
     description_line read;
-    if (read_description_line(line, &read))
+    child_slot *child = &run->slots[slot];
+    if (read_description_line(line, &read)) {
         merge_description(run, read);
-    else if (is_hex_line(line))
-        merge_hex_line(run, line, &run->slots[slot]);
+        child->addresses_left -= child->addresses_left > 1 ? 1 : 0;
+    } else if (is_hex_line(line)) {
+        merge_hex_line(run, line, child);
+    }
 }
 
 void finish_descriptions(device_list *devices)

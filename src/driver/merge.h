@@ -3,6 +3,9 @@
 
 #include "driver/parent_run.h"
 
+/// Whether the record holds a description that not only nodeq has given.
+bool has_real_description(const device_record *record);
+
 /// Merges a line that the slot's child printed, as the slot's rule says. The line is cut while it
 /// is read.
 void merge_line(parent_run *run, char *line, int slot);

@@ -3,8 +3,10 @@
 
 #include "driver/child_process.h"
 #include "driver/merge.h"
+#include "driver/quick_descriptions.h"
 #include "driver/signals.h"
 #include "driver/status_line.h"
+#include "io/wait.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -15,6 +17,8 @@
 
 namespace
 {
+
+constexpr int NO_SLOT = -1;
 
 /// Length of the next line in `pending`, its line feed included; a line of PIPE_LINE_SIZE - 1
 /// characters or more comes in pieces. 0: none.
@@ -64,13 +68,24 @@ bool has_work(const child_slot &slot)
 }
 
 /// Sleeps until some child writes or ends, and reads what the child of slot `number` has written.
-/// Work that waits in any slot, or an address whose child can be started, ends the wait at once:
-/// its turn comes in this pass or the next.
+/// Starts what the queued addresses wait for, as far as there is room.
+void start_queued(parent_run *run)
+{
+    if (is_quick_run(*run))
+        go_on_with_probes(run);
+    else
+        start_desc_children(run);
+}
+
+/// Sleeps until some child writes or ends, and reads what the child of slot `number` has written.
+/// Work that waits in any slot ends the wait at once: its turn comes in this pass or the next.
 void wait_for_output(parent_run *run, int number)
 {
+    // A line of this very pass may have queued an address.
+    start_queued(run);
     child_slot *slots = run->slots;
     // Only open streams: the system refuses more entries than the process may have descriptors.
-    struct pollfd streams[CHILD_SLOT_COUNT];
+    struct pollfd streams[CHILD_SLOT_COUNT + QUICK_POLLED_MAX];
     nfds_t count = 0;
     const struct pollfd *own = nullptr;
     for (int i = 0; i < CHILD_SLOT_COUNT; ++i) {
@@ -80,12 +95,24 @@ void wait_for_output(parent_run *run, int number)
             own = &streams[count];
         streams[count++] = {fileno(slots[i].stream), POLLIN, 0};
     }
-    const bool waits =
-        std::none_of(slots, slots + CHILD_SLOT_COUNT, has_work) && !can_start_desc_child(run);
+    const bool waits = std::none_of(slots, slots + CHILD_SLOT_COUNT, has_work);
     const int64_t refresh_us = show_status(run);
-    if (poll_until_interrupted(streams, count, waits ? refresh_us : 0) > 0 && own != nullptr &&
-        own->revents != 0)
+    struct pollfd *const probes = streams + count;
+    const nfds_t all = count + (waits ? poll_probes(run->quick.probes, probes) : 0);
+    const int64_t timeout_us = waits ? shorter_wait(refresh_us, next_quick_step_us(*run)) : 0;
+    const int ready = poll_until_interrupted(streams, all, timeout_us);
+    const bool written = ready > 0 && std::any_of(streams, probes, [](const struct pollfd &one) {
+                             return one.revents != 0;
+                         });
+    if (written)
+        note_output(run);
+    if (own != nullptr && ready > 0 && own->revents != 0)
         read_output(&slots[number]);
+    if (!waits || ready < 0)
+        return;
+    take_probe_steps(run, probes);
+    if (!written)
+        start_batches_after_silence(run);
 }
 
 /// Closes the slot of a child whose output is over. What stands there without a line feed is a
@@ -123,7 +150,10 @@ bool run_pass(parent_run *run)
             return true;
         }
     }
-    return active;
+    if (active || !has_quick_work(*run))
+        return active;
+    wait_for_output(run, NO_SLOT);
+    return true;
 }
 
 } // namespace
@@ -131,7 +161,8 @@ bool run_pass(parent_run *run)
 void merge_child_output(parent_run *run)
 {
     do {
-        start_desc_children(run);
+        start_queued(run);
     } while (run_pass(run) && interrupted_by() == 0);
+    end_probes(&run->quick.probes);
     erase_status();
 }

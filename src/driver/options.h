@@ -36,11 +36,11 @@ inline constexpr option OPTIONS[] = {
      [](run_kind, const run_settings &) { return g_thorough ? "" : nullptr; }},
     {"-c", " COMMUNITY", option_place::before_methods, "SNMP community (default: vesper)",
      [](run_settings *, const char *value) { g_community_name = value; },
-     [](run_kind child, const run_settings &) {
+     [](run_kind child, const run_settings &settings) {
+         const bool asks_by_it = child == run_kind::child || (child == run_kind::get_description &&
+                                                              (settings.quick || g_thorough));
          const bool given = strcmp(g_community_name, DEFAULT_COMMUNITY) != 0;
-         const bool told =
-             child == run_kind::child || (child == run_kind::get_description && g_thorough);
-         return given && told ? g_community_name : nullptr;
+         return given && asks_by_it ? g_community_name : nullptr;
      }},
     {"-d", "LEVEL", option_place::anywhere, "debug level: from 1, 2 and 5 on more is printed",
      [](run_settings *settings, const char *value) {

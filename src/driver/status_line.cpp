@@ -74,14 +74,15 @@ int count_devices(const parent_run *run)
     return count;
 }
 
-/// Queued addresses whose child has not ended yet.
+/// Queued addresses whose probe or child has not ended yet, but for those that a child for many has
+/// told of.
 int count_requests(const parent_run *run)
 {
-    int count = 0;
+    int count = static_cast<int>(run->quick.probes.running);
     for (const list_node *node = run->queue; node != nullptr; node = node->next)
         count += static_cast<const desc_request *>(node->data)->started == 0 ? 1 : 0;
     for (const child_slot &slot : run->slots) {
-        count += slot.stream != nullptr && slot.target_ip[0] != '\0' ? 1 : 0;
+        count += slot.stream != nullptr ? slot.addresses_left : 0;
     }
     return count;
 }

@@ -21,6 +21,11 @@ struct timespec timespec_of(int64_t us)
             static_cast<long>(us % MICROSECONDS_PER_SECOND * 1000)};
 }
 
+int64_t shorter_wait(int64_t a_us, int64_t b_us)
+{
+    return a_us < 0 || b_us < 0 ? std::max(a_us, b_us) : std::min(a_us, b_us);
+}
+
 int wait_or_end(int fd, short events, int64_t timeout_us)
 {
     struct pollfd waited = {fd, events, 0};

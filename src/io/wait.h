@@ -16,6 +16,9 @@ int64_t monotonic_us();
 /// The form in which the system takes a wait of 0 and more microseconds.
 struct timespec timespec_of(int64_t us);
 
+/// The shorter one of two waits, of which a negative one has no end.
+int64_t shorter_wait(int64_t a_us, int64_t b_us);
+
 /// Waits at most `timeout_us` microseconds (0 or less: not at all) until `fd` shows one of
 /// `events` (POLLIN, POLLOUT) or is closed or broken, so that the next read or write returns at
 /// once; ends the process as soon as nobody reads its output any more. Returns 1 when `fd` is
