@@ -1,6 +1,7 @@
 // The command line: runs, settings, and the mode lines that are printed on the way.
 #include "capture.h"
 #include "config/community.h"
+#include "config/interface_choice.h"
 #include "config/thorough.h"
 #include "driver/command_line.h"
 
@@ -29,6 +30,8 @@ std::string summarize(const run_settings &settings)
     text += settings.time_marks ? " marks" : "";
     text += settings.quick ? " quick" : "";
     text += g_thorough ? " thorough" : "";
+    if (g_interface_name != nullptr)
+        text += std::string(" on=") + g_interface_name;
     if (settings.debug_level != 0)
         text += " d" + std::to_string(settings.debug_level);
     if (g_community_name != std::string(DEFAULT_COMMUNITY))
@@ -71,6 +74,11 @@ TEST(CommandLine, SelectsRunsAndSettings)
         {{"--quick", "--slp"}, "# Mode slp\nparent slp quick"},
         {{"-s", "--snmp", "--quickly"}, "# Mode snmp\nchild snmp quick"},
         {{"--thorough"}, defaults + " thorough"},
+        {{"--interface", "eth1"}, defaults + " on=eth1"},
+        {{"--slp", "--interface", "eth1", "-s"}, "# Mode slp\nchild slp on=eth1"},
+        {{"--interface", "--slp"}, defaults + " on=--slp"},
+        {{"--slp", "--interface"}, "# Mode slp\nparent slp on="},
+        {{"--interface", "eth1", "-R", "10.0.0.5"}, "describe on=eth1 @10.0.0.5"},
         {{"--slp", "--thorough", "--time"}, "# Mode slp\nparent slp marks thorough"},
         {{"--all", "--nodeq6"}, "# Mode nodeq6\nparent nodeq nodeq6 slp snmp snmp6"},
         {{"--nodeq6", "--all"}, "# Mode nodeq6\nparent nodeq slp snmp snmp6"},
@@ -95,6 +103,7 @@ TEST(CommandLine, SelectsRunsAndSettings)
                        [](std::string &word) { return word.data(); });
         g_community_name = DEFAULT_COMMUNITY;
         g_thorough = false;
+        g_interface_name = nullptr;
         const auto count = static_cast<int>(words.size());
         run_settings settings;
         EXPECT_EQ(printed_by([&] { settings = read_command_line(count, argv.data()); }), "");
@@ -103,4 +112,5 @@ TEST(CommandLine, SelectsRunsAndSettings)
     }
     g_community_name = DEFAULT_COMMUNITY;
     g_thorough = false;
+    g_interface_name = nullptr;
 }

@@ -15,6 +15,9 @@ ip()
 }
 
 # shellcheck disable=SC2317 # likewise
+_devscout_interfaces() { printf '%s\n' eth0 eth1 wlan0; }
+
+# shellcheck disable=SC2317 # likewise
 compopt() { no_blank=+; }
 
 status=0
@@ -33,5 +36,7 @@ completes 'devscout -c --s'
 completes 'devscout -R ' 10.9.1.10 fe80::1:50
 completes 'devscout -c vesper -I 10.' 10.9.1.10
 completes 'devscout -R fe80::1' 1:50 # what stands behind the last colon is replaced
+completes 'devscout --interface ' eth0 eth1 wlan0
+completes 'devscout --snmp --interface et' eth0 eth1
 completes 'devscout word'
 exit $status

@@ -22,7 +22,9 @@ std::string office(const std::string &subnet, int bits)
 
 std::string in_office(const std::string &subnet)
 {
-    return "--snmp " + subnet + ".1\n--nodeq " + subnet + ".2\n--slp " + subnet + ".3\n";
+    // libslp sends in its own way.
+    const std::string by_slp = SLP_IS_AGENT != 0 ? "--slp " + subnet + ".3\n" : "";
+    return "--snmp " + subnet + ".1\n--nodeq " + subnet + ".2\n" + by_slp;
 }
 
 constexpr char DEVICE6[] = "device - id6=::5:1 id=\"MFG:Orvel;MDL:B5;CLS:PRINTER;\"\n";
@@ -147,11 +149,13 @@ TEST_P(Interfaces, AreAskedOnceInEachSubnet)
     const host &tested = GetParam();
     lab_setup lab = {tested.hall, {}, {}, {{"slp.conf", "net.slp.activeDADetection = no\n"}}};
     lab.networks.resize(tested.annex.empty() ? 0 : 1, tested.annex);
-    const lab_result result = shell_in_lab(lab, tested.setup + R"sh(
-for method in --snmp --snmp6 --slp --nodeq; do
+    const std::string methods =
+        SLP_IS_AGENT != 0 ? "--snmp --snmp6 --nodeq --slp" : "--snmp --snmp6 --nodeq";
+    const lab_result result =
+        shell_in_lab(lab, tested.setup + "for method in " + methods + R"sh(; do
     $exec_by "$0" -s $method | sed -n "s/^ip: \([^ ]*\) .*/$method \1/p" &
 done; wait)sh",
-                                           REFUSE);
+                     REFUSE);
     EXPECT_EQ(sorted_devices(result.program.out, ""), sorted_devices(tested.listed, ""))
         << result.program.err;
     if (tested.subnets != 0) {
@@ -166,3 +170,89 @@ done; wait)sh",
 
 INSTANTIATE_TEST_SUITE_P(Lab, Interfaces, testing::ValuesIn(HOSTS),
                          [](const auto &instance) { return instance.param.name; });
+
+TEST(Lab, AsksThroughTheChosenInterfaceAlone)
+{
+    const auto fleet = [](const std::string &net) {
+        return office(net + ".1", 16) + DEVICE6 + "device " + net + ".1.7 scan=whole\ndevice " +
+               net + ".1.9 slp.da slp.url=service:printer:lpr://" + net + ".1.8/q\n";
+    };
+    const std::string conf = "net.slp.DAAddresses = 10.9.1.9,10.10.1.9\n"
+                             "net.slp.useScopes = default,other\n"
+                             "net.slp.multicastMaximumWait = 1000\n";
+    const struct {
+        const char *order;
+        std::string chosen; ///< eth0, or what eth1 is called
+    } cases[] = {{"eth0,eth1", "eth0"},
+                 {"eth0,eth1", "eth1"},
+                 {"eth1,eth0", "eth0"},
+                 {"eth1,eth0", "$(id);'"}};
+    for (const auto &c : cases) {
+        const bool hall = c.chosen == "eth0";
+        const lab_result result = shell_in_lab(
+            {fleet("10.9"), {"--interfaces", c.order}, {fleet("10.10")}, {{"slp.conf", conf}}},
+            R"sh(
+[[ $1 == eth* ]] || { ip link set eth1 down name "$1" && ip link set "$1" up
+    for address in fe80:: fd00:10:: 2001:db8:10::; do
+        ip address add ${address}10:1/64 nodad dev "$1"
+    done; }
+for i in {1..400}; do
+    [[ $(ip link show "$1") == *' state UP '* &&
+        -n $(ip -6 route show table local ff00::/8 dev "$1") ]] && break; sleep 0.02
+done
+"$0" --interface "$1" | sed -n "s/^ip: \([^ ]*\) .*/\1/p"
+"$0" --interface "$1" -R 10.9.1.1 | grep -o unreachable
+"$0" --interface "$1" -I 10.9.1.7 >/dev/null && echo block)sh",
+            c.chosen);
+        const std::string net = hall ? "10.9.1." : "10.10.1.";
+        const std::string net6 = hall ? "9::5:1\n" : "10::5:1\n";
+        const std::string by_slp = SLP_IS_AGENT != 0 ? net + "8\n" : "";
+        const std::string listed = net + "1\n" + net + "2\n" + by_slp + "fd00:" + net6 +
+                                   "2001:db8:" + net6 + (hall ? "block\n" : "unreachable\n");
+        EXPECT_EQ(sorted_devices(result.program.out, ""), sorted_devices(listed, ""))
+            << c.chosen << result.program.err;
+        EXPECT_EQ(hall ? result.records.at("eth1") : result.record, "") << c.chosen;
+    }
+}
+
+TEST(Lab, AsksThroughATunnelThatIsChosen)
+{
+    const lab_result result =
+        shell_in_lab({DEVICE6, {"--interfaces", "eth0,tunnel0"}}, R"("$0" --interface tunnel0)");
+    const std::string asked = requests(result.records.at("tunnel0"), "tunnel");
+    for (const char *target : {"255.255.255.255:161 ", "255.255.255.255:6000 ",
+                               "239.255.255.253:427 ", "[ff02::1]:161 "})
+        EXPECT_GE(line_count(asked, target), 2U) << target << asked;
+    EXPECT_EQ(result.record, "");
+    EXPECT_EQ(result.program.err, "");
+}
+
+TEST(Lab, DoesNothingWhereTheChosenInterfaceCannotBeAsked)
+{
+    const lab_result result = shell_in_lab({DEVICE6, {"--interfaces", "eth0,down0"}}, R"sh(
+try() { "$@" && echo "no failure"; }
+try "$0" --interface
+try "$0" --snmp --interface
+try "$0" --interface '' --snmp
+try "$0" --interface eth
+try "$0" --interface eth0:1 -s --nodeq
+try "$0" --interface eth0567890123456
+try "$0" --interface $'\e[1m' -R 10.9.1.1
+try "$0" --interface down0 -I 10.9.1.1
+try "$0" --all --interface lo
+try "$1" netlink,ifconf "$0" --interface eth0)sh",
+                                           REFUSE);
+    EXPECT_EQ(result.program.err, R"(devscout: --interface needs the name of an interface
+devscout: --interface needs the name of an interface
+devscout: --interface needs the name of an interface
+devscout: there is no interface 'eth'
+devscout: there is no interface 'eth0:1'
+devscout: there is no interface 'eth0567890123456'
+devscout: there is no interface ' [1m'
+devscout: the interface 'down0' is down
+devscout: 'lo' is the loopback, where nobody can be asked
+devscout: the interfaces cannot be listed: Operation not permitted
+)");
+    EXPECT_EQ(result.program.out, "");
+    EXPECT_EQ(result.record, "");
+}

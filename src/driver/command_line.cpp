@@ -1,6 +1,7 @@
 // The command line: which run the process makes, and its settings.
 #include "driver/command_line.h"
 
+#include "config/interface_choice.h"
 #include "config/text.h"
 #include "driver/options.h"
 
@@ -115,6 +116,8 @@ run_settings read_command_line(int argc, char **argv)
             settings.methods[meaning.chosen - METHODS] = true;
         else if (meaning.counts)
             meaning.given->take(&settings, meaning.value);
+        else if (meaning.given != nullptr && strcmp(meaning.given->word, "--interface") == 0)
+            g_interface_name = ""; // without its name nothing is done, rather than too much
     }
     if (settings.address != nullptr) {
         settings.addresses = argv + (walk.rest - argv) - 1;

@@ -1,5 +1,6 @@
 // Entry point: reads the configuration and the command line, and makes the run they select.
 #include "config/oem_config.h"
+#include "driver/chosen_interface.h"
 #include "driver/command_line.h"
 #include "driver/report.h"
 #include "driver/runs.h"
@@ -41,6 +42,8 @@ int run(const run_settings &settings)
         settings.kind == run_kind::usage ? print_usage() : print_version();
         return EXIT_SUCCESS;
     }
+    if (check_chosen_interface() != 0)
+        return EXIT_FAILURE;
     if (read_oem_config(settings.program) != 0)
         puts("WARNING: configuration file not found");
     print_mode_lines(settings);

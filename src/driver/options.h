@@ -3,6 +3,7 @@
 #pragma once
 
 #include "config/community.h"
+#include "config/interface_choice.h"
 #include "config/text.h"
 #include "config/thorough.h"
 #include "driver/command_line.h"
@@ -31,6 +32,9 @@ struct option {
 
 /// In the order of the usage, and of the words that a child is given.
 inline constexpr option OPTIONS[] = {
+    {"--interface", " NAME", option_place::anywhere, "ask through this interface alone",
+     [](run_settings *, const char *value) { g_interface_name = value; },
+     [](run_kind, const run_settings &) { return g_interface_name; }},
     {"--thorough", "", option_place::anywhere, "ask until nobody new answers: up to 12 s and more",
      [](run_settings *, const char *) { g_thorough = true; },
      [](run_kind, const run_settings &) { return g_thorough ? "" : nullptr; }},

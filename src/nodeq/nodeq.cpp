@@ -158,7 +158,8 @@ int nodeq_open_socket()
         failure = -2;
     const struct sockaddr_in any = ipv4_socket_address({htonl(INADDR_ANY)}, 0);
     if (failure == 0 &&
-        bind(opened.fd, reinterpret_cast<const struct sockaddr *>(&any), sizeof any) != 0)
+        (keep_to_interface(opened.fd) != 0 ||
+         bind(opened.fd, reinterpret_cast<const struct sockaddr *>(&any), sizeof any) != 0))
         failure = -3;
     if (failure != 0) {
         const int reason = errno;

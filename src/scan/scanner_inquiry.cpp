@@ -1,6 +1,7 @@
 // The scanner inquiry: asks one device for its 70-byte block over TCP.
 #include "scan/scanner_inquiry.h"
 
+#include "config/interface_choice.h"
 #include "io/output.h"
 #include "io/stream.h"
 #include "records/device_list.h"
@@ -28,7 +29,7 @@ int connect_ipv6(const char *ip)
         return -1;
     end_once_unread();
     descriptor connection(socket(AF_INET6, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    if (connection.fd < 0 ||
+    if (connection.fd < 0 || keep_to_interface(connection.fd) != 0 ||
         connect(connection.fd, reinterpret_cast<const struct sockaddr *>(&address),
                 sizeof address) != 0)
         return -1;

@@ -1,6 +1,7 @@
 // TCP connection attempts that take 0.2 s at most.
 #include "scan/tcp_connect.h"
 
+#include "config/interface_choice.h"
 #include "io/resolve.h"
 #include "io/socket.h"
 #include "io/stream.h"
@@ -29,7 +30,10 @@ void print_wait_time(const char *when, const char *what, int debug_level)
 
 int open_tcp_socket()
 {
-    return socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+    descriptor opened(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    if (opened.fd < 0 || keep_to_interface(opened.fd) != 0)
+        return -1;
+    return opened.release();
 }
 
 int begin_tcp_connection(int socket_fd, const struct sockaddr_in &address)

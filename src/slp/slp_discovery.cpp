@@ -1,6 +1,7 @@
 // Printers that announce themselves through the Service Location Protocol.
 #include "slp/slp_discovery.h"
 
+#include "config/interface_choice.h"
 #include "config/text.h"
 #include "slp/slp_callback.h"
 
@@ -46,6 +47,11 @@ void print_failure(int32_t code, int system_error)
 
 int32_t discover_using_slp(device_list *list)
 {
+    if (SLP_IS_AGENT == 0 && g_interface_name != nullptr) {
+        fputs("devscout: this build's SLP cannot be confined to an interface and is left out\n",
+              stderr);
+        return SLP_OK;
+    }
     static address_index index;
     index = {};
     // An index knows only what was added with it.

@@ -3,6 +3,7 @@
 #include "snmp/snmp_session.h"
 
 #include "config/community.h"
+#include "config/interface_choice.h"
 #include "config/text.h"
 #include "config/utf8.h"
 #include "log/log.h"
@@ -119,7 +120,14 @@ netsnmp_session *snmp_open_session(const char *peer, bool ipv6, netsnmp_callback
     wanted.community_len = strlen(community.get());
     wanted.callback = callback;
     wanted.callback_magic = context;
-    return snmp_open(&wanted);
+    netsnmp_session *session = snmp_open(&wanted);
+    const netsnmp_transport *transport = session != nullptr ? snmp_transport_of(session) : nullptr;
+    if (transport == nullptr || keep_to_interface(transport->sock) == 0)
+        return session;
+    const int reason = errno;
+    snmp_close(session);
+    errno = reason;
+    return nullptr;
 }
 
 netsnmp_transport *snmp_transport_of(netsnmp_session *session)

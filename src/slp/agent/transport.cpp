@@ -1,6 +1,7 @@
 // Sockets of the user agent: every wait has a deadline on the monotonic clock.
 #include "slp/agent/transport.h"
 
+#include "config/interface_choice.h"
 #include "io/socket.h"
 #include "io/stream.h"
 #include "io/wait.h"
@@ -83,7 +84,7 @@ int slp_open_group_socket(int multicast_ttl)
 {
     descriptor opened(socket(AF_INET, SOCK_DGRAM | SOCKET_FLAGS, 0));
     const int on = 1;
-    if (opened.fd < 0 ||
+    if (opened.fd < 0 || keep_to_interface(opened.fd) != 0 ||
         setsockopt(opened.fd, IPPROTO_IP, IP_MULTICAST_TTL, &multicast_ttl, sizeof multicast_ttl) !=
             0 ||
         setsockopt(opened.fd, SOL_SOCKET, SO_BROADCAST, &on, sizeof on) != 0)
@@ -95,7 +96,7 @@ int slp_open_group_socket(int multicast_ttl)
 int slp_open_unicast_socket(const struct sockaddr_in &target)
 {
     descriptor opened(socket(AF_INET, SOCK_DGRAM | SOCKET_FLAGS, 0));
-    if (opened.fd < 0 ||
+    if (opened.fd < 0 || keep_to_interface(opened.fd) != 0 ||
         connect(opened.fd, reinterpret_cast<const struct sockaddr *>(&target), sizeof target) != 0)
         return -1;
     return opened.release();
@@ -129,7 +130,8 @@ int slp_exchange_over_tcp(const struct sockaddr_in &target, const std::vector<ui
 {
     reply->clear();
     const descriptor connection(socket(AF_INET, SOCK_STREAM | SOCKET_FLAGS, 0));
-    if (connection.fd < 0 || connect_by(connection.fd, target, deadline_us) != 0 ||
+    if (connection.fd < 0 || keep_to_interface(connection.fd) != 0 ||
+        connect_by(connection.fd, target, deadline_us) != 0 ||
         send_all_by(connection.fd, request, deadline_us) != 0 ||
         receive_all_by(connection.fd, SLP_LENGTH_END, deadline_us, reply) != 0)
         return -1;
