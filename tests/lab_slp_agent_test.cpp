@@ -138,7 +138,7 @@ TEST(LabSlpAgent, AsksTheInterfacesThatAreNamedAndTellsTheOthers)
         const char *interfaces, *listed, *told;
     } cases[] = {
         {"eth1", "10.10.1.1", ""},
-        {"10.10.0.1, eth7,10.9.0.9", "10.10.1.1",
+        {"10.10.0.1, eth7,10.9.0.9,eth1", "10.10.1.1",
          "# ERROR: net.slp.interfaces: no interface has eth7,10.9.0.9\n"},
         {"eth", "",
          "# ERROR: net.slp.interfaces: no interface has eth\n"
@@ -155,6 +155,7 @@ TEST(LabSlpAgent, AsksTheInterfacesThatAreNamedAndTellsTheOthers)
         EXPECT_EQ(sorted_devices(result.program.out),
                   c.listed[0] != '\0' ? announced(c.listed, "1,0,1,0") : "");
         EXPECT_EQ(lines_with(result.program.out, "# ERROR"), c.told);
+        EXPECT_EQ(line_count(result.records.at("eth1"), ""), c.listed[0] != '\0' ? 3U : 0U);
     }
 }
 

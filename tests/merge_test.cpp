@@ -112,7 +112,7 @@ TEST(MergeDiscovery, ReadsAddressNumbersAndVendor)
         {"ip: a vendor: snmp: 1,2,3 ", "a|0,0,0,1,9,9,9,old"},
         {"ip: a snmp: 1,2,3", "a|0,0,0,1,9,9,9,old"},
         {"ip: a snmp: " + std::string(249, ' ') + "1,2,3 vendor: ", "a|0,0,0,1,1,2,3,old"},
-        {"ip: a snmp: " + std::string(250, ' ') + "1,2,3 vendor: ", "a|0,0,0,1,9,9,9,old"},
+        {"ip: a snmp: " + std::string(249, ' ') + "1,2,34 vendor: ", "a|0,0,0,1,9,9,9,old"},
         {"ip: a slp: 1,0,2,0 snmp:", "a|1,0,1,1,9,9,9,old"},
         {"ip: a slp: 1,1,1 snmp:", "a|0,0,0,1,9,9,9,old"},
         {"ip: a vendor: Taliven dsc: \"x\"\n", "a|0,0,0,1,9,9,9,Taliven"},

@@ -68,6 +68,11 @@ TEST(SlpSearch, RepliesThatDidNotFitAreAskedForOverTcpOnceTheSearchIsOver)
 TEST(SlpSearch, EndsAtEnoughUrlsOrWhenTheCallbackRefuses)
 {
     EXPECT_EQ(search("group 1: ABC", "net.slp.maxResults = 2"), "A B last 0");
+    // Nobody is asked over TCP for what is not wanted any more.
+    EXPECT_EQ(search("group 1: A+@2", "net.slp.maxResults = 1"), "A last 0");
+    EXPECT_EQ(search("udp 2 DA: =default; udp 2: A+",
+                     "net.slp.maxResults = 1\nnet.slp.DAAddresses = 127.0.0.2"),
+              "A last 0");
     EXPECT_EQ(search("group 1: ARC"), "A R 0");
 }
 

@@ -31,8 +31,12 @@ constexpr int EXCHANGES = 2;
 constexpr int64_t ROUND_US = 500 * MICROSECONDS_PER_MILLISECOND;
 constexpr int IDLE_ROUNDS = 6;
 
-/// Returns whether the answerer is a new one.
-bool receive_answer(device_list *devices, int socket_fd, address_index *index)
+/// What came of receiving an answer.
+constexpr int ANSWER_NONE = -1; ///< nothing has arrived
+constexpr int ANSWER_KNOWN = 0;
+constexpr int ANSWER_NEW = 1; ///< from a new address
+
+int receive_answer(device_list *devices, int socket_fd, address_index *index)
 {
     uint8_t answer[NODEQ_ANSWER_SIZE];
     struct sockaddr_in source = {};
@@ -41,16 +45,16 @@ bool receive_answer(device_list *devices, int socket_fd, address_index *index)
     const ssize_t received = recvfrom(socket_fd, answer, sizeof answer, MSG_DONTWAIT,
                                       reinterpret_cast<struct sockaddr *>(&source), &source_size);
     if (received <= 0)
-        return false;
+        return received == 0 ? ANSWER_KNOWN : ANSWER_NONE;
     device_record scratch = {};
     nodeq_parse_answer(answer, static_cast<size_t>(received), ntohl(source.sin_addr.s_addr),
                        &scratch);
     device_record *record = device_list_find_or_add(devices, scratch.ip, index);
     if (record == nullptr)
-        return false;
-    const bool is_new = record->nodeq_detected == 0;
+        return ANSWER_KNOWN;
+    const int outcome = record->nodeq_detected == 0 ? ANSWER_NEW : ANSWER_KNOWN;
     nodeq_merge_answer(record, &scratch);
-    return is_new;
+    return outcome;
 }
 
 /// Sends the request by each way, and counts how often it has left. Returns what
@@ -91,10 +95,13 @@ size_t collect_round(device_list *devices, int socket_fd, address_index *index)
 {
     size_t count = 0;
     const int64_t end_us = monotonic_us() + ROUND_US;
-    for (int64_t now_us = 0; (now_us = monotonic_us()) < end_us;)
-        if (wait_or_end(socket_fd, POLLIN, end_us - now_us) == 1 &&
-            receive_answer(devices, socket_fd, index))
+    for (int64_t now_us = 0; (now_us = monotonic_us()) < end_us;) {
+        const int outcome = receive_answer(devices, socket_fd, index);
+        if (outcome == ANSWER_NEW)
             ++count;
+        else if (outcome == ANSWER_NONE)
+            wait_or_end(socket_fd, POLLIN, end_us - now_us);
+    }
     return count;
 }
 

@@ -106,22 +106,27 @@ int slp_receive(int fd, slp_wait *wait, std::vector<uint8_t> *buffer, struct soc
 {
     buffer->resize(SLP_DATAGRAM_SIZE_MAX);
     for (;;) {
-        if (monotonic_us() >= wait->deadline_us && wait->late_left-- <= 0)
+        const bool is_over = monotonic_us() >= wait->deadline_us;
+        if (is_over && wait->late_left-- <= 0)
             return 0;
-        const int ready = wait_until(fd, POLLIN, wait->deadline_us);
-        if (ready <= 0)
-            return ready;
         struct sockaddr_in from = {};
         socklen_t size = sizeof from;
+        // Only what has not arrived yet is waited for: a burst takes half the calls.
         const ssize_t count = recvfrom(fd, buffer->data(), buffer->size(), 0,
                                        reinterpret_cast<struct sockaddr *>(&from), &size);
-        if (count < 0 && !is_retryable(errno))
-            return -1;
         if (count > 0) {
             if (sender != nullptr)
                 *sender = from;
             return static_cast<int>(count);
         }
+        if (count == 0)
+            continue;
+        if (!is_retryable(errno))
+            return -1;
+        if (is_over)
+            return 0;
+        if (wait_until(fd, POLLIN, wait->deadline_us) < 0)
+            return -1;
     }
 }
 
