@@ -48,8 +48,8 @@ int open_terminal(descriptor *master, unsigned short columns)
             _exit(SKIPPED_STATUS);
         std::ofstream("/proc/self/uid_map") << user << " " << user << " 1"; // for strace
     }
-    // A test that runs in the background of a shell has these ignored.
-    for (const int caught : {SIGINT, SIGQUIT})
+    // A test that runs in the background of a shell, or by nohup, has these ignored.
+    for (const int caught : {SIGINT, SIGQUIT, SIGHUP})
         signal(caught, SIG_DFL);
     std::vector<char *> argv;
     for (const std::string &word : run.words)
