@@ -55,6 +55,7 @@ TEST(CommandLine, SelectsRunsAndSettings)
         {{"-community", "-x"}, defaults + " c=-x"},
         {{"-d3"}, defaults + " d3"},
         {{"-dx"}, defaults},
+        {{"-d010"}, defaults + " d10"},
         {{"-d"}, "parent"},
         {{"-d-2x", "-c", ""}, defaults + " d-2 c="},
         {{"-d4294967297"}, defaults + " d1"},

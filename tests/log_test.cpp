@@ -58,6 +58,7 @@ TEST(Log, ReadsItsKeys)
         {"LOG_LEVEL=3\nFLUSH_MODE=1\nLOG_LEVEL= 1 x\n", 1, 1, ""},
         {"FLUSH_MODE=yes\nLOG_LEVELS and more=7\n", 7, 0, ""},
         {" LOG_LEVEL=5\nlog_level=5\n#LOG_LEVEL=5\nLOG_LEVEL\nLOG_LEVE=5\n", 2, 3, ""},
+        {"LOG_LEVEL=010", 10, 3, ""},
         {"LOG_LEVEL=274\nFLUSH_MODE=2", 274, 1, ""},
         {"LOG_LEVEL=x=5", 0, 3, ""},
         {"USE_PID=1\n", 2, 3, pid},
@@ -70,6 +71,10 @@ TEST(Log, ReadsItsKeys)
         EXPECT_EQ(log_level, c.level) << c.content;
         EXPECT_EQ(log_flush_mode, c.flush) << c.content;
         EXPECT_THAT(log_path, testing::MatchesRegex("/tmp/" + files.name + c.name + "\\.log"));
+        const mode_t umask_before = umask(0);
+        umask(umask_before);
+        struct stat log = {};
+        EXPECT_TRUE(stat(log_path, &log) == 0 && log.st_mode == (S_IFREG | (0666 & ~umask_before)));
         log_close();
         EXPECT_FALSE(std::filesystem::exists(log_path)) << "an empty log is removed";
     }

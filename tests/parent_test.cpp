@@ -266,13 +266,20 @@ TEST(Parent, HandsOnlyCommunityAndMethodToItsChildren)
          "<--thorough><-c><x><-s><--snmp>\n<--thorough><-c><x><-R><10.0.0.1;id>\n"},
         {"child", {"--snmp", "--quick", "--scanner"}, "<-s><--snmp>\n<-I><10.0.0.1;id>\n"},
         {"child", {"-c", "-s", "--nodeq"}, "<-c><-s><-s><--nodeq>\n"},
-        {"child", {"-c", std::string(4096, 'c'), "--nodeq"}, ""}, // a cut command starts no child
     };
     for (const auto &c : cases) {
         const scripted_run parent(RECORD, c.name);
         const program_result result = run_program(parent.with(c.given));
         EXPECT_EQ(parent.file("arguments"), c.expected) << c.name;
         EXPECT_THAT(result.out, testing::HasSubstr("# Total ")) << c.expected;
+    }
+    for (const size_t length : {4095U, 4096U}) { // the longest command, and one that is cut
+        const scripted_run parent(RECORD);
+        const size_t others = parent.script.size() + strlen(" -c  -s --nodeq");
+        const std::string community(length - others, 'c');
+        run_program(parent.with({"-c", community, "--nodeq"}));
+        EXPECT_EQ(parent.file("arguments"),
+                  length == 4095 ? "<-c><" + community + "><-s><--nodeq>\n" : "");
     }
 }
 

@@ -4,6 +4,7 @@
 #include "io/stream.h"
 #include "scratch.h"
 
+#include <functional>
 #include <map>
 #include <string>
 #include <sys/types.h>
@@ -99,6 +100,10 @@ lab_result shell_in_lab(const lab_setup &setup, const std::string &command,
 
 /// Runs the program under test in a lab network.
 lab_result devscout_in_lab(const lab_setup &setup, std::vector<std::string> arguments);
+
+/// Makes runs in the lab until one has this outcome, at most five: on a busy machine answers come
+/// late. Returns the last outcome.
+std::string outcome_of(const std::function<std::string()> &run, const std::string &expected);
 
 /// The requests of one protocol in a record, each as "DESTINATION LENGTH HEX" and a line feed.
 std::string requests(const std::string &record, const std::string &protocol);

@@ -8,6 +8,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <poll.h>
 #include <string>
 #include <thread>
 
@@ -73,6 +74,19 @@ TEST(Probe, CountsWhatHasArrivedHoweverLateItIsSeen)
         EXPECT_EQ(silent.attempts, attempts);
     }
     EXPECT_EQ(step_probe(&silent), probe_state::unreachable);
+}
+
+TEST(Probe, CountsTheAnswerToAnAttemptThatIsNotTheLatest)
+{
+    const listener device(0);
+    const descriptor filling(tcp_connect_timeout(HOST, device.port, 0));
+    probe probed;
+    begin_probe(&probed, {htonl(INADDR_LOOPBACK)}, device.port);
+    wait_or_end(-1, 0, probed.due_us - monotonic_us());
+    EXPECT_EQ(step_probe(&probed), probe_state::waiting);
+    ASSERT_TRUE(device.take()); // Room for one: the system repeats the first attempt first.
+    EXPECT_EQ(wait_or_end(probed.sockets[0].fd, POLLOUT, 20 * MICROSECONDS_PER_SECOND), 1);
+    EXPECT_EQ(step_probe(&probed), probe_state::reachable);
 }
 
 TEST(Probe, WaitsForASilentDeviceAndTriesAgain)

@@ -6,7 +6,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <csignal>
+#include <poll.h>
 #include <string>
+#include <sys/wait.h>
 #include <tuple>
 #include <vector>
 
@@ -39,7 +42,8 @@ std::vector<std::string> status_lines(const std::string &written)
 constexpr char SLOW_CHILDREN[] = R"(
 "-s --snmp") for i in 1 2; do echo "ip: 10.0.0.$i snmp: 1,1,0 vendor: V dsc: \"\""; done; sleep 1;;
 "-s --nodeq") sleep 0.5; echo 'ip: 10.0.0.3 snmp: 0,0,0 vendor: V dsc: "#N"';;
-"-R "*) sleep 1.$((${2##*.} * 4)); echo "ip: $2 dsc: \"Model\"";;
+"-R 10.0.0.1") sleep 1.2; echo 'ip: 10.0.0.1 dsc: " " ERROR: Destination unreachable';;
+"-R "*) sleep 1.8; echo "ip: $2 dsc: \"Model\"";;
 "-I "*) sleep 1; echo 'a8 01';;)";
 constexpr char ONE_DEVICE[] = "*) echo 'ip: 10.0.0.1 vendor: V dsc: \"D\"';;";
 
@@ -51,9 +55,16 @@ TEST(Terminal, ShowsTheStatusAndTakesItAway)
         arguments given;
         std::string methods;
         std::string requests;
+        std::string at_last;
     } cases[] = {
-        {{"--nodeq", "--snmp"}, "snmp nodeq", "2 to describe"},
-        {{"--scanner", "--snmp", "--nodeq6"}, "snmp nodeq6", "2 to inquire"},
+        {{"--nodeq", "--snmp"},
+         "snmp nodeq",
+         "3 devices  2 to describe",
+         "2 devices  1 to describe"},
+        {{"--scanner", "--snmp", "--nodeq6"},
+         "snmp nodeq6",
+         "2 devices  2 to inquire",
+         "2 devices"},
     };
     for (const auto &c : cases) {
         const scripted_run scripted(SLOW_CHILDREN);
@@ -62,13 +73,33 @@ TEST(Terminal, ShowsTheStatusAndTakesItAway)
         const std::vector<std::string> lines = status_lines(session.written);
         ASSERT_FALSE(lines.empty());
         EXPECT_EQ(lines.front(), c.methods + "  0 devices");
-        EXPECT_THAT(lines, testing::Contains(testing::HasSubstr("devices  " + c.requests)));
+        EXPECT_THAT(lines, testing::Contains(testing::HasSubstr(c.requests)));
+        EXPECT_THAT(lines, testing::Contains(testing::HasSubstr(c.at_last)));
         EXPECT_EQ(session.written.find('\033'), std::string::npos);
         EXPECT_EQ(screen(session.written), "");
         const program_result piped = run_program(scripted.with(c.given));
         EXPECT_EQ(without_seconds(session.printed), without_seconds(piped.out));
         EXPECT_EQ(piped.err, "");
     }
+}
+
+TEST(Terminal, IsLeftAloneByAJobInTheBackgroundAndHoldsNoRun)
+{
+    const scripted_run scripted(SLOW_CHILDREN);
+    program_session job(scripted.shell_run("set -m; (\"$@\") & wait", {"--nodeq"}), &TERMINAL);
+    job.finish();
+    EXPECT_EQ(job.written.find("device"), std::string::npos) << job.written;
+    EXPECT_EQ(line_count(job.printed, "ip: 10.0.0.3 "), 1U);
+
+    program_session held(scripted.with({"--nodeq"}), &TERMINAL);
+    held.read_until("nodeq");
+    const char control_s = '\023';
+    ASSERT_EQ(write(held.err.fd, &control_s, 1), 1);
+    pid_t ended = 0;
+    for (int turn = 0; turn < 100 && ended == 0; ++turn, poll(nullptr, 0, 100))
+        ended = waitpid(held.pid, nullptr, WNOHANG);
+    EXPECT_EQ(ended, held.pid);
+    kill(held.pid, SIGKILL);
 }
 
 TEST(Terminal, CutsTheStatusAndRefreshesItTenTimesASecond)
