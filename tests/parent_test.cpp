@@ -34,8 +34,8 @@ TEST(Parent, MergesEveryKindOfLine)
     echo 'ERROR: nodeq detection failed: Network is unreachable'
     echo 'ip: 10.0.0.1        slp: 0,0,0,0 snmp: 0,0,0 vendor:  dsc: "#[NAME] info"'
     echo 'ip: 10.0.0.4        slp: 0,0,0,0 snmp: 0,0,0 vendor:  dsc: "#only nodeq"'
-    echo '# Total 2 printers found, ip: 1s elapsed';;
-"-s --snmp") sleep 0.3
+    echo '# Total 2 printers found, ip: 1s elapsed'; touch "$here/said";;
+"-s --snmp") for i in {1..100}; do [ -e "$here/said" ] && break; sleep 0.1; done; sleep 0.3
     echo 'ip: 10.0.0.1        slp: 0,0,0,0 snmp: 1,1,0 vendor: Taliven dsc: ""'
     echo '# ERROR: select on snmp sockets failed, ip: none'
     echo 'ip: 10.0.0.2        slp: 0,0,0,0 snmp: 200,0,0 vendor: Orvel dsc: "Model"'
