@@ -1,4 +1,13 @@
 // The parent's loop: reads the children in turn until the last one has ended.
+//
+// Each pass visits the slots in turn and takes one line of each, so that a child that prints
+// thousands holds up no other, and what is merged first is what was printed first. Only the visited
+// child's pipe is read, and only when nothing of it is left: a fast child fills its pipe and waits,
+// instead of the parent's memory. A pass sleeps in the first slot without work, for all children at
+// once: any of them ends the sleep, and its turn comes by going on with the pass. It does not sleep
+// while a line or an end waits in another slot, nor while a queued address could be started. A
+// child that has ended ends the pass, so that the next one begins with its slot free for an
+// address.
 #include "driver/merge_loop.h"
 
 #include "driver/child_process.h"
@@ -67,7 +76,6 @@ bool has_work(const child_slot &slot)
     return slot.stream != nullptr && (next_line_length(slot) > 0 || slot.at_end != 0);
 }
 
-/// Sleeps until some child writes or ends, and reads what the child of slot `number` has written.
 /// Starts what the queued addresses wait for, as far as there is room.
 void start_queued(parent_run *run)
 {
