@@ -1,6 +1,7 @@
 // Describing many devices in one process, side by side.
 #include "driver/describe.h"
 
+#include "driver/help.h"
 #include "driver/lines.h"
 #include "io/output.h"
 #include "io/resolve.h"
@@ -148,6 +149,8 @@ bool step_device(description_run *run, described_device *device, int64_t now)
     compose_answers(&device->query.answers, dsc, sizeof dsc);
     if (dsc[0] != '\0')
         print_description_line(device->ip, dsc);
+    else
+        explain_missing_answer(run_kind::get_description, device->ip);
     return true;
 }
 

@@ -23,9 +23,10 @@ namespace
 constexpr size_t ARGUMENT_SIZE = 256; ///< a longer argument is shown cut
 constexpr size_t NAMES_SIZE = 42;     ///< as many as one line of 80 columns shows
 
-bool at_terminal()
+/// Single-device runs are children too: a person sees their output itself.
+bool is_told(run_kind kind)
 {
-    return isatty(STDERR_FILENO) != 0;
+    return isatty(STDERR_FILENO) != 0 && (kind == run_kind::parent || isatty(STDOUT_FILENO) != 0);
 }
 
 bool is_option(const char *text)
@@ -108,7 +109,7 @@ void name_asked_interfaces(const run_settings &settings, char (&names)[NAMES_SIZ
 
 void explain_arguments(const run_settings &settings)
 {
-    if (!at_terminal())
+    if (!is_told(settings.kind))
         return;
     argument_walk walk = walk_arguments(settings);
     argument_meaning meaning;
@@ -123,16 +124,15 @@ void explain_arguments(const run_settings &settings)
     }
 }
 
-void explain_missing_answer(const run_settings &settings)
+void explain_missing_answer(run_kind kind, const char *ip)
 {
-    if (!at_terminal() || isatty(STDOUT_FILENO) == 0)
+    if (!is_told(kind))
         return;
-    explain_arguments(settings);
     char address[ARGUMENT_SIZE];
     char community[ARGUMENT_SIZE];
-    printable_text(address, settings.address, sizeof address);
+    printable_text(address, ip, sizeof address);
     printable_text(community, g_community_name, sizeof community);
-    if (settings.kind == run_kind::get_description)
+    if (kind == run_kind::get_description)
         fprintf(stderr, "devscout: %s tells no make and model by SNMP (community '%s')\n", address,
                 community);
     else
@@ -142,7 +142,7 @@ void explain_missing_answer(const run_settings &settings)
 
 void explain_empty_report(const run_settings &settings)
 {
-    if (!at_terminal())
+    if (!is_told(settings.kind))
         return;
     const bool *const methods = settings.methods;
     if (std::find(methods, methods + METHOD_COUNT, true) == methods + METHOD_COUNT) {

@@ -1,5 +1,6 @@
 // What a person at a terminal is told on standard error besides the report. Programs that read the
-// output, and people who keep it in a file, are told nothing.
+// output, and people who keep it in a file, are told nothing. Runs for single devices are children
+// too: they tell only where standard output goes to a terminal as well.
 #pragma once
 
 #include "driver/command_line.h"
@@ -10,6 +11,5 @@ void explain_arguments(const run_settings &settings);
 /// Tells what may be the reason that a run has listed nothing.
 void explain_empty_report(const run_settings &settings);
 
-/// Tells what a single-device run was not given. As such runs are children too, only where standard
-/// output goes to a terminal as well.
-void explain_missing_answer(const run_settings &settings);
+/// Tells what a run for single devices was not given by this one.
+void explain_missing_answer(run_kind kind, const char *ip);

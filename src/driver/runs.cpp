@@ -112,6 +112,7 @@ int run_child(const run_settings &settings)
 
 int run_get_description(const run_settings &settings)
 {
+    explain_arguments(settings);
     puts("# Mode get_description");
     if (settings.quick) {
         describe_devices(settings.addresses, settings.address_count, settings.debug_level);
@@ -126,16 +127,17 @@ int run_get_description(const run_settings &settings)
     if (dsc[0] != '\0')
         print_description_line(settings.address, dsc);
     else
-        explain_missing_answer(settings);
+        explain_missing_answer(settings.kind, settings.address);
     return EXIT_SUCCESS;
 }
 
 int run_scanner_inquiry(const run_settings &settings)
 {
+    explain_arguments(settings);
     puts("# Mode scanner_inquiry");
     uint8_t block[SCAN_BLOCK_SIZE] = {};
     if (scanner_inquiry(settings.address, block, sizeof block, settings.debug_level) == 0) {
-        explain_missing_answer(settings);
+        explain_missing_answer(settings.kind, settings.address);
         return EXIT_FAILURE;
     }
     print_hex_block(stdout, block, sizeof block);
