@@ -2,6 +2,7 @@
 #include "driver/child_process.h"
 
 #include "config/text.h"
+#include "config/thorough.h"
 #include "driver/options.h"
 #include "io/process.h"
 #include "log/log.h"
@@ -137,7 +138,7 @@ void run_child_process(parent_run *run, const method &started)
 int free_desc_slot(const parent_run &run)
 {
     for (int i = 0; i < CHILD_SLOT_COUNT; ++i) {
-        if (is_desc_slot(i, run.settings.quick) && run.slots[i].stream == nullptr)
+        if (is_desc_slot(i, run.settings.quick || g_thorough) && run.slots[i].stream == nullptr)
             return i;
     }
     return -1;

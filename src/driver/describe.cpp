@@ -1,6 +1,7 @@
 // Describing many devices in one process, side by side.
 #include "driver/describe.h"
 
+#include "config/thorough.h"
 #include "driver/help.h"
 #include "driver/lines.h"
 #include "io/output.h"
@@ -29,6 +30,7 @@ struct described_device {
     probe tcp;
     probe_state reached = probe_state::waiting;
     bool asked = false;
+    bool waits = false; ///< for answers to `query`
     device_query query;
     struct pollfd *polled = nullptr; ///< the probe's sockets among those that were waited for
     size_t polled_count = 0;
@@ -79,7 +81,7 @@ beginning begin_device(description_run *run, described_device *device, const cha
         ++run->probed;
     }
     device->ip = ip;
-    device->asked = false;
+    device->asked = device->waits = false;
     device->tcp.address.sin_addr = address;
     device->polled_count = 0;
     return beginning::under_way;
@@ -102,6 +104,7 @@ void begin_devices(description_run *run)
 /// Waits until something shows or is due.
 void wait_for_devices(description_run *run)
 {
+    send_repetitions(&run->sessions);
     run->polled[0] = {watched_output(), 0, 0};
     struct pollfd *end = run->polled + 1 + poll_queries(run->sessions, run->polled + 1);
     int64_t due = INT64_MAX;
@@ -111,7 +114,10 @@ void wait_for_devices(description_run *run)
         device.polled = end;
         device.polled_count = poll_probe(device.tcp, end);
         end += device.polled_count;
-        due = std::min(due, device.asked ? device.query.due_us : device.tcp.due_us);
+        if (device.reached == probe_state::waiting || !device.asked)
+            due = std::min(due, device.tcp.due_us);
+        if (device.waits)
+            due = std::min(due, device.query.due_us);
     }
     const struct timespec timeout = timespec_of(std::max<int64_t>(due - monotonic_us(), 0));
     ppoll(run->polled, static_cast<nfds_t>(end - run->polled), &timeout, nullptr);
@@ -135,16 +141,22 @@ void step_device_probe(description_run *run, described_device *device, int64_t n
 bool step_device(description_run *run, described_device *device, int64_t now)
 {
     step_device_probe(run, device, now);
-    if (device->reached == probe_state::unreachable) {
-        print_unreachable_line(device->ip);
-        return true;
-    }
-    if (device->reached == probe_state::reachable && !device->asked) {
+    if (!device->asked && (g_thorough || device->reached == probe_state::reachable)) {
         device->asked = true;
         begin_query(&device->query, &run->sessions, device->ip, device->tcp.address.sin_addr);
     }
-    if (!device->asked || step_query(&device->query, now) == query_state::waiting)
+    device->waits = device->asked && step_query(&device->query, now) == query_state::waiting;
+    const bool heard = device->asked && device->query.heard;
+    // What has answered can be reached, whether by the probe or else.
+    if (device->waits || (device->reached == probe_state::waiting && !heard))
         return false;
+    if (device->reached == probe_state::waiting)
+        --run->probed;
+    end_probe(&device->tcp);
+    if (device->reached == probe_state::unreachable && !heard) {
+        print_unreachable_line(device->ip);
+        return true;
+    }
     char dsc[DSC_SIZE];
     compose_answers(&device->query.answers, dsc, sizeof dsc);
     if (dsc[0] != '\0')
@@ -163,6 +175,9 @@ void describe_devices(char **addresses, size_t count, int debug_level)
     run.next_address = addresses;
     run.end = addresses + count;
     run.debug_level = debug_level;
+    run.sessions.prints_answers = true;
+    if (g_thorough)
+        run.sessions.budget_us = MICROSECONDS_PER_SECOND;
     snmp_set_up_library("getdesc_netsnmp");
     for (begin_devices(&run); run.under_way > 0; begin_devices(&run)) {
         wait_for_devices(&run);

@@ -47,8 +47,9 @@ bool look_at(parent_run *run, desc_request *request)
     device_record *device = device_list_find_or_add(&run->devices, request->ip, &run->device_index);
     const bool ipv6 = strchr(request->ip, ':') != nullptr;
     struct in_addr address = {};
-    // A name is not looked up here: that may take seconds.
-    if (device == nullptr || !has_real_description(device) ||
+    // A name is not looked up here: that may take seconds. With --thorough a device may answer
+    // another request than the probe, which a child makes.
+    if (g_thorough || device == nullptr || !has_real_description(device) ||
         (!ipv6 && inet_aton(request->ip, &address) == 0)) {
         ++run->quick.to_batch;
         return true;
@@ -67,7 +68,7 @@ bool look_at(parent_run *run, desc_request *request)
 
 bool is_quick_run(const parent_run &run)
 {
-    return run.settings.quick && !run.settings.scanner;
+    return (run.settings.quick || g_thorough) && !run.settings.scanner;
 }
 
 void go_on_with_probes(parent_run *run)

@@ -1,6 +1,7 @@
 // The runs of a process, one of which the command line selects.
 #include "driver/runs.h"
 
+#include "config/thorough.h"
 #include "driver/child_process.h"
 #include "driver/describe.h"
 #include "driver/help.h"
@@ -114,7 +115,7 @@ int run_get_description(const run_settings &settings)
 {
     explain_arguments(settings);
     puts("# Mode get_description");
-    if (settings.quick) {
+    if (settings.quick || g_thorough) {
         describe_devices(settings.addresses, settings.address_count, settings.debug_level);
         return EXIT_SUCCESS;
     }

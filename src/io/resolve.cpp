@@ -20,3 +20,17 @@ int find_ipv4(const char *host, struct in_addr *address)
 {
     return inet_aton(host, address) != 0 ? 0 : resolve_ipv4(host, address);
 }
+
+int read_ipv6(const char *text, struct sockaddr_in6 *address)
+{
+    struct addrinfo wanted = {};
+    wanted.ai_family = AF_INET6;
+    wanted.ai_flags = AI_NUMERICHOST;
+    wanted.ai_socktype = SOCK_DGRAM;
+    struct addrinfo *found = nullptr;
+    if (getaddrinfo(text, nullptr, &wanted, &found) != 0)
+        return -1;
+    memcpy(address, found->ai_addr, sizeof *address);
+    freeaddrinfo(found);
+    return 0;
+}

@@ -14,7 +14,6 @@
 namespace
 {
 
-constexpr size_t COMBINED_SIZE = 72;
 constexpr char ZONE_MARK = '%';
 
 struct field_pair {
@@ -65,27 +64,36 @@ const netinterface_info *find_interface_by_zone(list_node *interfaces, const cha
 void derive_from_record(const device_record *record, list_node *interfaces,
                         const host_interfaces *system, device_list *derived)
 {
-    const netinterface_info *interface = find_interface_by_zone(interfaces, record->ip, system);
-    char ip[IP_SIZE];
-    copy_part(ip, record->ip, strcspn(record->ip, "%"), sizeof ip);
-    if (interface == nullptr)
-        interface = find_interface_by_prefix(interfaces, ip);
-    if (interface == nullptr)
+    char addresses[OTHER_SCOPES][COMBINED_SIZE];
+    if (other_addresses(record->ip, interfaces, system, addresses) == nullptr)
         return;
-    const field_pair fields = other_scopes(*interface, ip);
-    for (const char *prefix_source : {fields.first, fields.second}) {
-        char combined[COMBINED_SIZE];
-        combine_ipv6_address(combined, sizeof combined, prefix_source, ip);
-        add_derived_record(combined, *record, derived);
-    }
+    for (const char *address : addresses)
+        add_derived_record(address, *record, derived);
 }
+
+} // namespace
 
 bool is_ipv6_record(const void *data)
 {
     return strchr(static_cast<const device_record *>(data)->ip, ':') != nullptr;
 }
 
-} // namespace
+const netinterface_info *other_addresses(const char *answered_from, list_node *interfaces,
+                                         const host_interfaces *system,
+                                         char (&addresses)[OTHER_SCOPES][COMBINED_SIZE])
+{
+    const netinterface_info *interface = find_interface_by_zone(interfaces, answered_from, system);
+    char ip[IP_SIZE];
+    copy_part(ip, answered_from, strcspn(answered_from, "%"), sizeof ip);
+    if (interface == nullptr)
+        interface = find_interface_by_prefix(interfaces, ip);
+    if (interface == nullptr)
+        return nullptr;
+    const field_pair fields = other_scopes(*interface, ip);
+    combine_ipv6_address(addresses[0], sizeof addresses[0], fields.first, ip);
+    combine_ipv6_address(addresses[1], sizeof addresses[1], fields.second, ip);
+    return interface;
+}
 
 void derive_ipv6_addresses(device_list *devices)
 {

@@ -2,6 +2,8 @@
 // addresses that it has in the other scopes of the host's interface.
 #pragma once
 
+#include "io/interfaces.h"
+#include "netif/interface_record.h"
 #include "netif/interfaces.h"
 #include "records/device_list.h"
 
@@ -9,6 +11,20 @@
 #include <cstdint>
 
 constexpr size_t IPV6_PREFIX_SIZE = 8; ///< bytes of the prefix, and of the interface identifier
+
+constexpr size_t OTHER_SCOPES = 2;
+constexpr size_t COMBINED_SIZE = 72; ///< an address that is put together
+
+/// Writes the addresses that the device should have in the scopes that the one it answered from is
+/// not in: prefixes of the interface of that one's zone, or else of the first interface with its
+/// prefix, and its identifier. An empty text stands for none. Returns the interface; nullptr: there
+/// is none, and the addresses are not written.
+const netinterface_info *other_addresses(const char *answered_from, list_node *interfaces,
+                                         const host_interfaces *system,
+                                         char (&addresses)[OTHER_SCOPES][COMBINED_SIZE]);
+
+/// Whether the `device_record` has an IPv6 address.
+bool is_ipv6_record(const void *data);
 
 /// Replaces every IPv6 record of the list by the device's addresses in the other two scopes of
 /// the interface of its zone, where the list of interfaces holds that one, or else of the first

@@ -29,6 +29,9 @@ struct probe {
 /// Begins to probe a port: nothing of the last address that the record has probed is kept.
 probe_state begin_probe(probe *probed, struct in_addr address, uint16_t port);
 
+/// Closes what is open: nothing more is wanted of the probe.
+void end_probe(probe *probed);
+
 /// Fills in what shows that a step is due, POLLOUT on each open socket, PROBE_SOCKETS at most.
 /// Returns how many.
 size_t poll_probe(const probe &probed, struct pollfd *polled);

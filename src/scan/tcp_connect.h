@@ -31,7 +31,8 @@ int tcp_connect_timeout(const char *host, uint16_t port, int debug_level);
 int wait_with_times(int socket_fd, short events, const char *what, int debug_level);
 
 /// Returns 1 when the address counts as reachable: something answered or refused a connection
-/// attempt within 0.2 s. While nothing does, attempts are added after 0.1 s and after 0.15 s. An
+/// attempt within 0.2 s. While nothing does, attempts are added after 0.1 s and after 0.15 s; with
+/// --thorough every 0.15 s within 1 s. An
 /// IPv6 address counts without an attempt. Else 0. With a debug level of 5 or more the times of
 /// the whole wait are printed on standard output.
 int probe_reachable(const char *ip, uint16_t port, int debug_level);

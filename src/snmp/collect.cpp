@@ -7,9 +7,11 @@
 #include "snmp/snmp_session.h"
 #include "snmp/timeval.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <poll.h>
 
 namespace
 {
@@ -121,4 +123,29 @@ int sess_collect_responses(netsnmp_session *session, struct timeval budget)
         if (result == 0)
             return reads;
     }
+}
+
+void sess_collect_thoroughly(netsnmp_session *session, const size_t *found)
+{
+    constexpr int64_t QUIET_US = 2 * MICROSECONDS_PER_SECOND;
+    constexpr int64_t LEAST_US = 4 * MICROSECONDS_PER_SECOND;
+    constexpr int64_t MOST_US = 12 * MICROSECONDS_PER_SECOND;
+    constexpr size_t FOUND_MAX = 20000;
+    const int64_t start = monotonic_us();
+    int64_t end = start + LEAST_US;
+    int64_t repeat = start + THOROUGH_REPEAT_US;
+    size_t known = 0;
+    for (int64_t now = start; now < end && *found < FOUND_MAX; now = monotonic_us()) {
+        if (now >= repeat) {
+            snmp_sess_timeout(snmp_sess_pointer(session));
+            repeat = now + THOROUGH_REPEAT_US;
+        }
+        const int socket_fd = snmp_transport_of(session)->sock;
+        if (wait_or_end(socket_fd, POLLIN, std::min(repeat, end) - now) > 0)
+            snmp_read_arrived(session);
+        if (*found != known)
+            end = std::min(std::max(monotonic_us() + QUIET_US, end), start + MOST_US);
+        known = *found;
+    }
+    log_trace("response_count=%d\n", static_cast<int>(known));
 }

@@ -1,15 +1,17 @@
 // Asking many devices at once for what describes them.
 #include "snmp/device_query.h"
 
+#include "config/thorough.h"
+#include "io/resolve.h"
 #include "io/socket.h"
 #include "io/wait.h"
 #include "snmp/peer.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <iterator>
-#include <netdb.h>
 #include <sys/socket.h>
 
 namespace
@@ -19,25 +21,11 @@ constexpr const char *OBJECTS[] = {IDENTIFICATION_OID, MODEL_NAME_OID, PRINTER_M
 constexpr size_t IDENTIFICATION = 0;
 constexpr size_t MODEL_NAME = 1;
 constexpr size_t PRINTER_MIB = 2;
+/// How often a request is repeated with --thorough. The library's time-out is a little shorter: it
+/// is always over as the next repetition is due.
+constexpr int64_t QUERY_REPEAT_US = 150 * MICROSECONDS_PER_MILLISECOND;
+constexpr int64_t LIBRARY_TIMEOUT_US = QUERY_REPEAT_US * 9 / 10;
 static_assert(std::size(OBJECTS) == PRINTER_MIB + 1);
-
-/// Datagrams that are read at one go: no flood keeps the deadlines of others from being seen.
-constexpr int READS_AT_ONCE = 1000;
-
-/// Reads an IPv6 address, with or without a zone.
-bool read_ipv6(const char *ip, struct sockaddr_in6 *address)
-{
-    struct addrinfo wanted = {};
-    wanted.ai_family = AF_INET6;
-    wanted.ai_flags = AI_NUMERICHOST;
-    wanted.ai_socktype = SOCK_DGRAM;
-    struct addrinfo *found = nullptr;
-    if (getaddrinfo(ip, nullptr, &wanted, &found) != 0)
-        return false;
-    memcpy(address, found->ai_addr, sizeof *address);
-    freeaddrinfo(found);
-    return true;
-}
 
 /// Returns the session that the device is asked by, opened when there is none yet, or nullptr.
 netsnmp_session *session_for(device_query *query)
@@ -47,7 +35,9 @@ netsnmp_session *session_for(device_query *query)
     if (*session != nullptr)
         return *session;
     // The session is for no device of its own: each request names its own.
-    *session = snmp_open_session(ipv6 ? "udp6:[::]" : "0.0.0.0", ipv6, nullptr, nullptr);
+    const auto repetitions = static_cast<int>(query->sessions->budget_us / QUERY_REPEAT_US);
+    *session = snmp_open_session(ipv6 ? "udp6:[::]" : "0.0.0.0", ipv6, nullptr, nullptr,
+                                 g_thorough ? repetitions : 0, LIBRARY_TIMEOUT_US);
     if (*session != nullptr)
         enlarge_receive_buffer(snmp_transport_of(*session)->sock);
     return *session;
@@ -108,7 +98,8 @@ int on_query_answer(int operation, netsnmp_session *, int request_id, netsnmp_pd
     // The library matches request ids alone.
     if (pdu->command != SNMP_MSG_RESPONSE || !came_from(pdu, query->device))
         return 0;
-    puts(RESPONSE_LINE);
+    if (query->sessions->prints_answers)
+        puts(RESPONSE_LINE);
     query->heard = true;
     const bool refused = pdu->errstat == SNMP_ERR_NOSUCHNAME;
     if (pdu->errstat != SNMP_ERR_NOERROR && !refused)
@@ -148,7 +139,9 @@ bool ask(device_query *query)
         snmp_free_pdu(request);
         return false;
     }
-    query->due_us = monotonic_us() + REQUEST_BUDGET_US;
+    const int64_t now = monotonic_us();
+    query->deadline_us = now + query->sessions->budget_us;
+    query->due_us = g_thorough ? now + QUERY_REPEAT_US : query->deadline_us;
     return true;
 }
 
@@ -156,6 +149,8 @@ bool ask(device_query *query)
 bool choose_next(device_query *query)
 {
     const getdesc_answers &answers = query->answers;
+    if (query->object + 1 == query->sessions->objects || (g_thorough && !query->heard))
+        return false;
     const bool needed = (query->object == IDENTIFICATION && answers.device_id_value[0] == '\0') ||
                         (query->object == MODEL_NAME && answers.model_name_value[0] != '\0');
     if (needed)
@@ -179,15 +174,20 @@ void begin_query(device_query *query, query_sessions *sessions, const char *ip, 
     query->sessions = sessions;
     if (strchr(ip, ':') == nullptr)
         query->device.sin = ipv4_socket_address(ipv4, 0);
-    else if (!read_ipv6(ip, &query->device.sin6))
+    else if (read_ipv6(ip, &query->device.sin6) != 0)
         query->device.sa.sa_family = AF_UNSPEC;
     ask(query);
 }
 
 query_state step_query(device_query *query, int64_t now_us)
 {
-    if (query->request_id != 0 && now_us < query->due_us)
+    if (query->request_id != 0 && now_us < query->deadline_us) {
+        if (now_us >= query->due_us) {
+            query->sessions->repetition_due = true;
+            query->due_us = std::min(now_us + QUERY_REPEAT_US, query->deadline_us);
+        }
         return query_state::waiting;
+    }
     while (choose_next(query)) {
         if (ask(query))
             return query_state::waiting;
@@ -197,17 +197,19 @@ query_state step_query(device_query *query, int64_t now_us)
 
 void read_answers(const query_sessions &sessions)
 {
-    snmp_descriptor_set descriptors;
     for (netsnmp_session *session : {sessions.ipv4, sessions.ipv6}) {
-        if (session == nullptr)
-            continue;
-        struct pollfd polled = {snmp_transport_of(session)->sock, POLLIN, 0};
-        for (int i = 0; i < READS_AT_ONCE && poll(&polled, 1, 0) > 0; ++i) {
-            descriptors.clear();
-            NETSNMP_LARGE_FD_SET(polled.fd, &descriptors.set);
-            snmp_read_datagram(session, &descriptors);
-        }
+        if (session != nullptr)
+            snmp_read_arrived(session);
     }
+}
+
+void send_repetitions(query_sessions *sessions)
+{
+    for (netsnmp_session *session : {sessions->ipv4, sessions->ipv6}) {
+        if (session != nullptr && sessions->repetition_due)
+            snmp_sess_timeout(snmp_sess_pointer(session));
+    }
+    sessions->repetition_due = false;
 }
 
 size_t poll_queries(const query_sessions &sessions, struct pollfd *polled)

@@ -12,6 +12,10 @@
 struct query_sessions {
     netsnmp_session *ipv4 = nullptr;
     netsnmp_session *ipv6 = nullptr;
+    int64_t budget_us = REQUEST_BUDGET_US; ///< how long each request is awaited
+    size_t objects = 3;                    ///< how many are asked for at most, in the order of need
+    bool prints_answers = false;           ///< RESPONSE_LINE, for each
+    bool repetition_due = false;
 
     query_sessions() = default;
     query_sessions(const query_sessions &) = delete;
@@ -28,6 +32,7 @@ struct device_query {
     int request_id = 0;                   ///< of the request that an answer is awaited to; 0: none
     bool heard = false;                   ///< the device has answered any request
     int64_t due_us = 0;                   ///< the next step is due then, by `monotonic_us`
+    int64_t deadline_us = 0;              ///< of the request
     getdesc_answers answers = {};
 };
 
@@ -39,8 +44,12 @@ void begin_query(device_query *query, query_sessions *sessions, const char *ip,
                  struct in_addr ipv4);
 
 /// Asks for the next object when one is needed and the last request is answered or, at `now_us`,
-/// overdue. Take that time before `read_answers`: what has arrived by then counts.
+/// overdue. Take that time before `read_answers`: what has arrived by then counts. With --thorough
+/// requests are repeated meanwhile, and a device that has answered none is asked nothing more.
 query_state step_query(device_query *query, int64_t now_us);
+
+/// Repeats what `step_query` has found to be due, with --thorough alone.
+void send_repetitions(query_sessions *sessions);
 
 /// Reads all answers that have arrived.
 void read_answers(const query_sessions &sessions);

@@ -3,11 +3,13 @@
 
 #include "config/interface_choice.h"
 #include "config/text.h"
+#include "config/thorough.h"
 #include "io/egress.h"
 #include "io/interfaces.h"
 #include "io/socket.h"
 #include "log/log.h"
 #include "netif/derive_ipv6.h"
+#include "snmp/answering_ipv6.h"
 #include "snmp/classify.h"
 #include "snmp/collect.h"
 #include "snmp/peer.h"
@@ -53,8 +55,12 @@ void do_one_poll(device_list *devices, const char *target, bool ipv6)
     const host_interface_list interfaces = list_host_interfaces();
     const egress_plan plan = ipv6 ? plan_multicast(interfaces.get(), g_interface_name)
                                   : plan_broadcast(interfaces.get(), g_interface_name);
-    discovery_context context = {devices};
-    const snmp_session_owner opened(snmp_open_session(target, ipv6, discovery_response, &context));
+    static address_index index; // of a list that is empty now; others are walked
+    index = {};
+    discovery_context context = {devices, *devices == nullptr ? &index : nullptr, 0};
+    const snmp_session_owner opened(snmp_open_session(target, ipv6, discovery_response, &context,
+                                                      g_thorough ? THOROUGH_REPETITIONS : 0,
+                                                      THOROUGH_TIMEOUT_US));
     if (opened.session == nullptr) {
         printf("# ERROR: snmp_open(\"%s\") failed, %s\n", target, strerror(errno));
         return;
@@ -71,25 +77,29 @@ void do_one_poll(device_list *devices, const char *target, bool ipv6)
         printf("# ERROR: snmp_send failed, %s\n", reason);
         return;
     }
-    collect_answers(opened.session);
+    if (g_thorough)
+        sess_collect_thoroughly(opened.session, &context.found);
+    else
+        collect_answers(opened.session);
 }
 
-void record_printer(device_list *devices, const char *ip, const char *value, const char *model,
-                    const char *vendor)
+void record_printer(discovery_context *discovery, const char *ip, const char *value,
+                    const char *model, const char *vendor)
 {
-    device_record *record = device_list_find_or_add(devices, ip);
+    device_record *record = device_list_find_or_add(discovery->devices, ip, discovery->index);
     if (record == nullptr)
         return;
+    discovery->found += record->record_state == CLASS_PRINTER ? 0 : 1;
     record->record_state = CLASS_PRINTER;
     safe_strncpy(record->dsc, model, sizeof record->dsc);
     safe_strncpy(record->vendor, vendor, sizeof record->vendor);
-    if (strcasestr(value, SCANNER_WORD) != nullptr) {
+    if (is_scanner(value)) {
         record->snmp_detected = 1;
         record->snmp_devtype = 1;
     }
 }
 
-void read_variable(device_list *devices, const netsnmp_variable_list *variable,
+void read_variable(discovery_context *discovery, const netsnmp_variable_list *variable,
                    const char *transport_text, unsigned zone)
 {
     char value[VALUE_TEXT_SIZE];
@@ -103,17 +113,24 @@ void read_variable(device_list *devices, const netsnmp_variable_list *variable,
     extract_peer_ip(ip, transport_text, sizeof ip);
     if (zone != 0)
         append_zone(ip, zone);
-    record_printer(devices, ip, value, model, vendor);
+    record_printer(discovery, ip, value, model, vendor);
 }
 
 } // namespace
+
+bool is_scanner(const char *value)
+{
+    return strcasestr(value, SCANNER_WORD) != nullptr;
+}
 
 int discover_using_netsnmp(device_list *devices, const char *target)
 {
     log_trace("discover_using_netsnmp\n");
     const bool ipv6 = target[0] == 'u';
     do_one_poll(devices, target, ipv6);
-    if (ipv6)
+    if (ipv6 && g_thorough)
+        list_answering_ipv6(devices);
+    else if (ipv6)
         derive_ipv6_addresses(devices);
     return 0;
 }
@@ -140,11 +157,11 @@ int discovery_response(int operation, netsnmp_session *session, int, netsnmp_pdu
     }
     char transport_text[TRANSPORT_TEXT_SIZE];
     format_transport_address(transport, pdu, transport_text, sizeof transport_text);
-    const auto *discovery = static_cast<discovery_context *>(context);
+    auto *discovery = static_cast<discovery_context *>(context);
     const unsigned zone = peer_zone(pdu);
     for (const auto *variable = pdu->variables; variable != nullptr;
          variable = variable->next_variable)
-        read_variable(discovery->devices, variable, transport_text, zone);
+        read_variable(discovery, variable, transport_text, zone);
     return 0;
 }
 

@@ -10,7 +10,12 @@ struct variable_list;
 /// What the callback of a discovery session is given.
 struct discovery_context {
     device_list *devices;
+    address_index *index = nullptr; ///< of `devices`
+    size_t found = 0;               ///< records that were filled for the first time
 };
+
+/// Whether an identification says that the device scans.
+bool is_scanner(const char *value);
 
 /// Asks `target`, an IPv4 broadcast address or (beginning with "u") an IPv6 multicast peer name,
 /// for the identification string and adds every printer that answers to the list; IPv6 addresses

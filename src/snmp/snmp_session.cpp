@@ -16,6 +16,7 @@
 #include <cstring>
 #include <functional>
 #include <memory>
+#include <poll.h>
 #include <sys/socket.h>
 
 namespace
@@ -105,7 +106,7 @@ size_t parse_oid_text(const char *text, oid (&numbers)[MAX_SUBIDENTIFIERS])
 }
 
 netsnmp_session *snmp_open_session(const char *peer, bool ipv6, netsnmp_callback callback,
-                                   void *context)
+                                   void *context, int repetitions, int64_t repeat_us)
 {
     // Copies: the library's fields are not constant.
     const library_text peer_name(strdup(peer));
@@ -120,6 +121,10 @@ netsnmp_session *snmp_open_session(const char *peer, bool ipv6, netsnmp_callback
     wanted.community_len = strlen(community.get());
     wanted.callback = callback;
     wanted.callback_magic = context;
+    if (repetitions != 0) {
+        wanted.retries = repetitions;
+        wanted.timeout = repeat_us;
+    }
     netsnmp_session *session = snmp_open(&wanted);
     const netsnmp_transport *transport = session != nullptr ? snmp_transport_of(session) : nullptr;
     if (transport == nullptr || keep_to_interface(transport->sock) == 0)
@@ -203,6 +208,18 @@ void snmp_dump_datagrams(netsnmp_session *session)
             log_xdump(data, received, nullptr);
         return received;
     };
+}
+
+void snmp_read_arrived(netsnmp_session *session)
+{
+    constexpr int READS_MAX = 1000;
+    snmp_descriptor_set descriptors;
+    struct pollfd polled = {snmp_transport_of(session)->sock, POLLIN, 0};
+    for (int i = 0; i < READS_MAX && poll(&polled, 1, 0) > 0; ++i) {
+        descriptors.clear();
+        NETSNMP_LARGE_FD_SET(polled.fd, &descriptors.set);
+        snmp_read_datagram(session, &descriptors);
+    }
 }
 
 netsnmp_pdu *snmp_make_get(const char *const *oid_texts, size_t count)

@@ -30,10 +30,12 @@ void snmp_set_up_library(const char *application);
 size_t parse_oid_text(const char *text, oid (&numbers)[MAX_SUBIDENTIFIERS]);
 
 /// Opens a session to `peer` with the process's community; an IPv6 peer is asked by SNMPv2c, any
-/// other by SNMPv1. The library calls `callback` with `context` for each answer. Returns the
-/// session, which the caller closes with `snmp_close`, or nullptr (`errno`).
+/// other by SNMPv1. The library calls `callback` with `context` for each answer. Its own handling
+/// of time-outs repeats a request up to `repetitions` times, where that is not 0, each time as the
+/// last one is `repeat_us` microseconds old. Returns the session, which the caller closes with
+/// `snmp_close`, or nullptr (`errno`).
 netsnmp_session *snmp_open_session(const char *peer, bool ipv6, netsnmp_callback callback,
-                                   void *context);
+                                   void *context, int repetitions = 0, int64_t repeat_us = 0);
 
 /// Returns what the session sends and receives by, its socket among it, or nullptr.
 netsnmp_transport *snmp_transport_of(netsnmp_session *session);
@@ -97,6 +99,10 @@ struct snmp_descriptor_set {
 /// false where the library has no memory to read it into: it is thrown away then, since what is not
 /// read would show on the socket for ever.
 bool snmp_read_datagram(netsnmp_session *session, snmp_descriptor_set *shown);
+
+/// Reads what has arrived, as far as a thousand datagrams go: no flood keeps the caller from its
+/// deadlines.
+void snmp_read_arrived(netsnmp_session *session);
 
 /// Makes a GET for the given objects. Returns nullptr where there is no memory for it.
 netsnmp_pdu *snmp_make_get(const char *const *oid_texts, size_t count);
