@@ -1,6 +1,7 @@
 // Collecting the answers of one SNMP session.
 #include "snmp/collect.h"
 
+#include "config/thorough.h"
 #include "io/output.h"
 #include "io/wait.h"
 #include "log/log.h"
@@ -129,13 +130,11 @@ void sess_collect_thoroughly(netsnmp_session *session, const size_t *found)
 {
     constexpr int64_t QUIET_US = 2 * MICROSECONDS_PER_SECOND;
     constexpr int64_t LEAST_US = 4 * MICROSECONDS_PER_SECOND;
-    constexpr int64_t MOST_US = 12 * MICROSECONDS_PER_SECOND;
-    constexpr size_t FOUND_MAX = 20000;
     const int64_t start = monotonic_us();
     int64_t end = start + LEAST_US;
     int64_t repeat = start + THOROUGH_REPEAT_US;
     size_t known = 0;
-    for (int64_t now = start; now < end && *found < FOUND_MAX; now = monotonic_us()) {
+    for (int64_t now = start; now < end && *found < THOROUGH_MOST_ANSWERERS; now = monotonic_us()) {
         if (now >= repeat) {
             snmp_sess_timeout(snmp_sess_pointer(session));
             repeat = now + THOROUGH_REPEAT_US;
@@ -144,7 +143,7 @@ void sess_collect_thoroughly(netsnmp_session *session, const size_t *found)
         if (wait_or_end(socket_fd, POLLIN, std::min(repeat, end) - now) > 0)
             snmp_read_arrived(session);
         if (*found != known)
-            end = std::min(std::max(monotonic_us() + QUIET_US, end), start + MOST_US);
+            end = std::min(std::max(monotonic_us() + QUIET_US, end), start + THOROUGH_MOST_US);
         known = *found;
     }
     log_trace("response_count=%d\n", static_cast<int>(known));

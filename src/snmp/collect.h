@@ -21,5 +21,5 @@ constexpr int THOROUGH_REPETITIONS = 100;
 
 /// Repeats the session's open request and reads answers until nobody new has answered for 2 s, for
 /// 4 s at least and 12 s at most. `*found` is what the session's callback counts, those who are
-/// new: past 20000 of them nothing more is read.
+/// new: past THOROUGH_MOST_ANSWERERS of them nothing more is read.
 void sess_collect_thoroughly(snmp_session *session, const size_t *found);
