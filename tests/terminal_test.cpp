@@ -246,6 +246,7 @@ TEST(Terminal, TellsWhyNothingWasFound)
     const std::string asked = R"(devscout: no printer was found; asked on eth0
 devscout: a firewall must let in UDP from ports 161, 427 and 6000
 devscout: devices of another SNMP community or another network stay unseen
+devscout: devices that packets did not reach: --thorough
 )";
     const struct {
         std::string preparation;

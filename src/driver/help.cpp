@@ -5,6 +5,7 @@
 #include "config/interface_choice.h"
 #include "config/printable.h"
 #include "config/text.h"
+#include "config/thorough.h"
 #include "driver/method.h"
 #include "driver/options.h"
 #include "io/egress.h"
@@ -166,4 +167,6 @@ void explain_empty_report(const run_settings &settings)
             "devscout: a firewall must let in UDP from ports 161, 427 and 6000\n"
             "devscout: devices of another SNMP community or another network stay unseen\n",
             kind, names);
+    if (!g_thorough)
+        fputs("devscout: devices that packets did not reach: --thorough\n", stderr);
 }

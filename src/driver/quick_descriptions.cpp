@@ -1,6 +1,7 @@
 // With "--quick": which queued devices the parent probes itself, and which ones a child describes.
 #include "driver/quick_descriptions.h"
 
+#include "config/thorough.h"
 #include "driver/child_process.h"
 #include "driver/merge.h"
 #include "io/wait.h"
