@@ -57,10 +57,13 @@ int begin_connection(const char *ip)
     if (read_ipv6(ip, &ipv6) != 0)
         return -1;
     ipv6.sin6_port = htons(INQUIRY_PORT);
-    const int socket_fd = socket(AF_INET6, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
-    if (socket_fd >= 0)
-        connect(socket_fd, reinterpret_cast<const struct sockaddr *>(&ipv6), sizeof ipv6);
-    return socket_fd;
+    descriptor opened(socket(AF_INET6, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    if (opened.fd < 0 || keep_to_interface(opened.fd) != 0)
+        return -1;
+    // What has failed shows on the socket.
+    static_cast<void>(
+        connect(opened.fd, reinterpret_cast<const struct sockaddr *>(&ipv6), sizeof ipv6));
+    return opened.release();
 }
 
 /// One of the inquiries of a device that run side by side.
