@@ -101,6 +101,11 @@ void begin_devices(description_run *run)
     }
 }
 
+bool asks_now(const described_device &device)
+{
+    return !device.asked && (g_thorough || device.reached == probe_state::reachable);
+}
+
 /// Waits until something shows or is due.
 void wait_for_devices(description_run *run)
 {
@@ -114,7 +119,9 @@ void wait_for_devices(description_run *run)
         device.polled = end;
         device.polled_count = poll_probe(device.tcp, end);
         end += device.polled_count;
-        if (device.reached == probe_state::waiting || !device.asked)
+        if (asks_now(device))
+            due = 0;
+        if (device.reached == probe_state::waiting)
             due = std::min(due, device.tcp.due_us);
         if (device.waits)
             due = std::min(due, device.query.due_us);
@@ -141,7 +148,7 @@ void step_device_probe(description_run *run, described_device *device, int64_t n
 bool step_device(description_run *run, described_device *device, int64_t now)
 {
     step_device_probe(run, device, now);
-    if (!device->asked && (g_thorough || device->reached == probe_state::reachable)) {
+    if (asks_now(*device)) {
         device->asked = true;
         begin_query(&device->query, &run->sessions, device->ip, device->tcp.address.sin_addr);
     }
