@@ -60,7 +60,7 @@ TEST(CommandLine, SelectsRunsAndSettings)
         {{"-d-2x", "-c", ""}, defaults + " d-2 c="},
         {{"-d4294967297"}, defaults + " d1"},
         {{"-c", "private", "-d2", "--snmp", "-s"}, "# Mode snmp\nchild snmp d2 c=private"},
-        {{"--snmp", "-c", "private"}, "# Mode snmp\nparent snmp"},
+        {{"--snmp", "-c", "--slp"}, "# Mode snmp\n# Mode slp\nparent slp snmp"},
         {{"-c"}, "parent"},
         {{"-R"}, "parent"},
         {{"-I"}, "parent"},

@@ -106,7 +106,7 @@ a8 01 02 03 04 05 06 07 08 09 0a 0b 0c 0d 0e 0f
 TEST(Lab, RunsEveryMethodInTurn)
 {
     constexpr char FLEET[] = R"(
-device 10.9.1.1 id6=::1:1 id="MFG:A;MDL:m;CLS:PRINTER" nodeq.a=ABC
+device 10.9.1.1 id6=::1:1 id="MFG:A;MDL:m;CLS:PRINTER" nodeq.a=ABC slp.url="service:printer:lpr://%a"
 device - id6=::2:1 from6=site id="MFG:A;MDL:site;CLS:PRINTER"
 device - id6=::3:1 from6=global id="MFG:A;MDL:global;CLS:PRINTER"
 )";
@@ -123,7 +123,7 @@ device - id6=::3:1 from6=global id="MFG:A;MDL:global;CLS:PRINTER"
 )"));
     // Over IPv6 the addresses that a device has beside the one it answers from.
     EXPECT_EQ(sorted_devices(result.program.out),
-              R"(ip: 10.9.1.1        slp: 0,0,0,0 snmp: 0,0,0 vendor: A dsc: "m"
+              R"(ip: 10.9.1.1        slp: 1,0,1,0 snmp: 0,0,0 vendor: A dsc: "m"
 ip: 2001:db8:9::1:1 slp: 0,0,0,0 snmp: 0,0,0 vendor: A dsc: "m"
 ip: fd00:9::1:1     slp: 0,0,0,0 snmp: 0,0,0 vendor: A dsc: "m"
 ip: fd00:9::2:1     slp: 0,0,0,0 snmp: 0,0,0 vendor: A dsc: "site"
