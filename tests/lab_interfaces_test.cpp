@@ -101,6 +101,13 @@ ip address flush dev eth0 scope global && ip link set br0 up
 for i in {1..200}; do [[ $(ip link show br0) == *' state UP '* ]] && break; sleep 0.02; done
 )",
      in_ipv6({"fd00:9", "2001:db8:9"})},
+    {"ALinkThatComesUpMeanwhile", "device 10.9.0.9\n", R"(
+ip link set eth0 down
+{ sleep 1; ip link set eth0 up
+for address in fe80:: fd00:9:: 2001:db8:9::; do ip address add ${address}9:1/64 nodad dev eth0; done
+} >/dev/null 2>&1 &
+)",
+     in_ipv6({"fd00:10", "2001:db8:10"}), 0, DEVICE6},
     {"HundredsOfInterfacesTheRightOneLast", office("10.9.1", 16) + DEVICE6, R"(
 echo 0 >/proc/sys/net/ipv6/conf/default/addr_gen_mode
 for i in {1..130}; do
