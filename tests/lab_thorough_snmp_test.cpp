@@ -61,15 +61,17 @@ device 10.9.1.3 tcp=never
 device 10.9.1.4 id="MFG:A;MDL:slow;" snmp.delay=600
 device 10.9.1.5 id="MFG:A;MDL:s;CLS:PRINTER,SCN;" scan=late
 device 10.9.1.6
+device 10.9.1.7 id="" model="PNE-1"
 )";
     const lab_result result = shell_in_lab({FLEET}, R"sh(
 "$0" --thorough -R 10.9.1.{2,4,6}; "$0" --thorough -I 10.9.1.5 | grep -c '^a8'
 nft 'add table ip t; add chain ip t o { type filter hook output priority 0; }
     add rule ip t o tcp dport 161 drop'
-"$0" --thorough -R 10.9.1.{2,3}; "$0" --thorough --snmp -c x; "$0" -c other --thorough --snmp)sh");
+"$0" --thorough -R 10.9.1.{2,3,7}; "$0" --thorough --snmp -c x; "$0" -c other --thorough --snmp)sh");
     EXPECT_EQ(lines_with(result.program.out, "ip: ") + lines_with(result.program.out, "1"),
               R"(ip: 10.9.1.4        dsc: "A slow"
 ip: 10.9.1.3         dsc: " " ERROR: Destination unreachable
+ip: 10.9.1.7        dsc: "Taliven PNE-1"
 ip: 10.9.1.5        slp: 0,0,0,0 snmp: 1,1,0 vendor: A dsc: "s"
 ip: 10.9.1.1        slp: 0,0,0,0 snmp: 0,0,0 vendor: A dsc: "m"
 1
