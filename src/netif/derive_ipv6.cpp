@@ -62,13 +62,13 @@ const netinterface_info *find_interface_by_zone(list_node *interfaces, const cha
 }
 
 void derive_from_record(const device_record *record, list_node *interfaces,
-                        const host_interfaces *system, device_list *derived)
+                        const host_interfaces *system, device_list *derived, address_index *index)
 {
     char addresses[OTHER_SCOPES][COMBINED_SIZE];
     if (other_addresses(record->ip, interfaces, system, addresses) == nullptr)
         return;
     for (const char *address : addresses)
-        add_derived_record(address, *record, derived);
+        add_derived_record(address, *record, derived, index);
 }
 
 } // namespace
@@ -109,15 +109,22 @@ void derive_ipv6_addresses_on(device_list *devices, list_node *interfaces)
     const host_interface_list system = list_host_interfaces();
     device_list derived = nullptr;
     list_init(&derived);
+    static address_index index; // too large for the stack
+    index = {};
     for (const list_node *node = *devices; node != nullptr; node = node->next)
         derive_from_record(static_cast<const device_record *>(node->data), interfaces, system.get(),
-                           &derived);
+                           &derived, &index);
+    replace_ipv6_records(devices, &derived);
+}
+
+void replace_ipv6_records(device_list *devices, device_list *replacements)
+{
     list_remove_if(devices, is_ipv6_record);
-    for (const list_node *node = derived; node != nullptr; node = node->next) {
-        const auto *record = static_cast<const device_record *>(node->data);
-        add_derived_record(record->ip, *record, devices);
-    }
-    list_free(&derived);
+    list_node **end = devices;
+    while (*end != nullptr)
+        end = &(*end)->next;
+    *end = *replacements;
+    list_init(replacements);
 }
 
 void append_zone(char (&ip)[IP_SIZE], unsigned interface)
@@ -170,11 +177,12 @@ void combine_ipv6_address(char *output, size_t size, const char *prefix_source,
         output[0] = '\0';
 }
 
-void add_derived_record(const char *ip, const device_record &source, device_list *devices)
+void add_derived_record(const char *ip, const device_record &source, device_list *devices,
+                        address_index *index)
 {
     if (ip == nullptr || ip[0] == '\0')
         return;
-    device_record *record = device_list_find_or_add(devices, ip);
+    device_record *record = device_list_find_or_add(devices, ip, index);
     if (record == nullptr)
         return;
     device_record completed = source;

@@ -35,6 +35,10 @@ void derive_ipv6_addresses(device_list *devices);
 /// The same for a given list of interfaces.
 void derive_ipv6_addresses_on(device_list *devices, list_node *interfaces);
 
+/// Takes the IPv6 records out of the list and moves the replacements, IPv6 records with each
+/// address once, to its end; their own list is empty then.
+void replace_ipv6_records(device_list *devices, device_list *replacements);
+
 /// Makes the address text that stands for a link-local address on one interface (by index): with
 /// the zone behind it, in digits because a name may not fit. Where there is no room for it, the
 /// text stays as it is.
@@ -53,5 +57,7 @@ void combine_ipv6_address(char *output, size_t size, const char *prefix_source,
                           const char *identifier_source);
 
 /// Finds or adds `ip` in the list and makes its record a copy of `source`, but for the address and
-/// for what SLP, nodeq and the parent note in a record. An empty or missing `ip` does nothing.
-void add_derived_record(const char *ip, const device_record &source, device_list *devices);
+/// for what SLP, nodeq and the parent note in a record. An empty or missing `ip` does nothing. With
+/// the list's index it does so without a walk.
+void add_derived_record(const char *ip, const device_record &source, device_list *devices,
+                        address_index *index = nullptr);

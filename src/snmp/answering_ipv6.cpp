@@ -39,6 +39,7 @@ struct address_check {
     size_t count;
     int64_t deadline_us;
     device_list answering;
+    address_index index; // of those
     list_node *interfaces;
     host_interface_list system;
 };
@@ -87,13 +88,17 @@ bool is_same_device(const checked_address &address)
            is_scanner(value) == (address.device->snmp_devtype != 0);
 }
 
-/// Waits for all answers.
+/// Asks them all side by side, those whose turn comes before the deadline, and waits for all
+/// answers.
 void ask_addresses(address_check *check)
 {
     checked_address *const end = check->addresses + check->count;
     for (checked_address *a = check->addresses; a != end; ++a) {
-        begin_query(&a->query, &check->sessions, a->ip, {});
-        a->waits = true;
+        a->query = {};
+        // Sending blocks while some hundred packets wait for neighbours who are not there.
+        a->waits = monotonic_us() < check->deadline_us;
+        if (a->waits)
+            begin_query(&a->query, &check->sessions, a->ip, {});
     }
     bool waits = check->count > 0;
     while (waits && monotonic_us() < check->deadline_us) {
@@ -124,13 +129,13 @@ void list_addresses(address_check *check)
             if (!is_same_device(check->addresses[i]))
                 continue;
             listed = true;
-            add_derived_record(check->addresses[i].ip, *device, &check->answering);
+            add_derived_record(check->addresses[i].ip, *device, &check->answering, &check->index);
         }
         if (listed)
             continue;
         char ip[IP_SIZE];
         write_answering(ip, *device, check->system.get());
-        add_derived_record(ip, *device, &check->answering);
+        add_derived_record(ip, *device, &check->answering, &check->index);
     }
     check->count = 0;
 }
@@ -179,11 +184,6 @@ void list_answering_ipv6(device_list *devices)
             list_addresses(&check);
         }
     }
-    list_remove_if(devices, is_ipv6_record);
-    for (const list_node *node = check.answering; node != nullptr; node = node->next) {
-        const auto *record = static_cast<const device_record *>(node->data);
-        add_derived_record(record->ip, *record, devices);
-    }
-    list_free(&check.answering);
+    replace_ipv6_records(devices, &check.answering);
     list_free(&check.interfaces);
 }
