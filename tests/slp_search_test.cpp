@@ -6,6 +6,7 @@
 #include "slp/agent/slp.h"
 #include "slp/agent/transport.h"
 
+#include <algorithm>
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <thread>
