@@ -193,12 +193,14 @@ TEST(Terminal, TellsWhatASingleDeviceRunWasNotGiven)
 
 TEST(Terminal, NamesTheOptionForLongQueuesOnce)
 {
-    for (const auto &[devices, option, lines] :
-         {std::tuple(31, "--snmp", 1U), {30, "--snmp", 0U}, {31, "--quick", 0U}}) {
-        const scripted_run scripted("\"-s --snmp\") for i in {1.." + std::to_string(devices) +
+    for (const auto &[devices, option, lines] : {std::tuple(31, "--snmp", 1U),
+                                                 {30, "--snmp", 0U},
+                                                 {31, "--quick", 0U},
+                                                 {31, "--thorough", 0U}}) {
+        const scripted_run scripted("*\"-s --snmp\") for i in {1.." + std::to_string(devices) +
                                     R"(}; do
     echo "ip: 10.0.0.$i snmp: 1,1,0 vendor: V dsc: \"\""; done;;
-"-s --nodeq") for i in 1 2; do sleep 0.2; echo "ip: 10.0.1.$i snmp: 0,0,0 vendor: V dsc: \"D\""; done;;
+*"-s --nodeq") for i in 1 2; do sleep 0.2; echo "ip: 10.0.1.$i snmp: 0,0,0 vendor: V dsc: \"D\""; done;;
 *) until [ -e "$here/end" ]; do sleep 0.05; done;;)");
         program_session session(scripted.with({"--snmp", "--nodeq", option}), &TERMINAL);
         session.read_until(std::to_string(devices + 2) + " devices");

@@ -30,7 +30,7 @@ struct child_slot {
     char failure[REASON_SIZE]; ///< why the child failed; empty: it has not
 };
 
-/// What a parent with "--quick" has going (`driver/quick_descriptions.h`).
+/// What a parent with "--quick" or "--thorough" has going (`driver/quick_descriptions.h`).
 struct quick_work {
     device_probes probes;
     int64_t no_socket_since_us; ///< 0: the last probe could begin

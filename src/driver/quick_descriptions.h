@@ -1,9 +1,9 @@
 // With "--quick": which queued devices the parent probes itself, and which ones a child describes.
 //
 // The parent drops what a child says of a device with a real description, so such a device needs
-// the probe alone, or nothing where it has an IPv6 address, which nobody probes. The others go to
-// one child for many, which probes them too. It starts once the pipes have fallen silent, so that
-// such children are few.
+// the probe alone, or nothing where it has an IPv6 address, which nobody probes. The others, with
+// "--thorough" all of them, go to one child for many, which probes them too. It starts once the
+// pipes have fallen silent, so that such children are few.
 #pragma once
 
 #include "driver/parent_run.h"

@@ -5,8 +5,8 @@
 //   4        the method nodeq6, which finds nothing; once it has     description lines
 //            ended, description and inquiry children
 //   5, 6     description and inquiry children                        description lines
-//   7 to 11  with --quick, description and inquiry children; else    description lines
-//            none
+//   7 to 11  with --quick or --thorough, description and inquiry     description lines
+//            children; else none
 //   12 on    further methods                                         device lines
 #pragma once
 

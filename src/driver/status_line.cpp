@@ -2,6 +2,7 @@
 #include "driver/status_line.h"
 
 #include "config/text.h"
+#include "config/thorough.h"
 #include "io/wait.h"
 
 #include <algorithm>
@@ -139,7 +140,7 @@ int64_t show_status(const parent_run *run)
         shown[0] = '\0';
         return -1;
     }
-    if (requests > MANY_REQUESTS && !run->settings.quick && !quick_named)
+    if (requests > MANY_REQUESTS && !run->settings.quick && !g_thorough && !quick_named)
         quick_named = name_quick_option();
     next_refresh_us = now + REFRESH_US;
     return write_status(status) ? -1 : REFRESH_US;
