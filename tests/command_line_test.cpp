@@ -57,6 +57,7 @@ TEST(CommandLine, SelectsRunsAndSettings)
         {{"-dx"}, defaults},
         {{"-d010"}, defaults + " d10"},
         {{"-d"}, "parent"},
+        {{"--time"}, "parent marks"},
         {{"-d-2x", "-c", ""}, defaults + " d-2 c="},
         {{"-d4294967297"}, defaults + " d1"},
         {{"-c", "private", "-d2", "--snmp", "-s"}, "# Mode snmp\nchild snmp d2 c=private"},

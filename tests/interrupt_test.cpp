@@ -36,9 +36,10 @@ bool ends(const std::string &pid)
     return false;
 }
 
-/// Children that stay for long, with a grandchild each, and note their numbers.
+/// Children that stay for long, with grandchildren, and note their own and a grandchild's number.
 constexpr char LONG_CHILDREN[] = R"(
-*) trap '' TERM HUP; sleep 60 & printf '%s\n' $$ $! >>"$here/pids"
+*) trap '' TERM HUP; for i in {1..20}; do sleep 60 & done
+    printf '%s\n' $$ $! >>"$here/pids"
     case "$*" in *snmp) echo 'ip: 10.0.0.1 vendor: V dsc: "D"'; esac
     wait;;)";
 

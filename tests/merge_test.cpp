@@ -105,7 +105,7 @@ TEST(MergeDiscovery, ReadsAddressNumbersAndVendor)
         std::string after;
     } cases[] = {
         {"ip: a snmp: 300,1,2 vendor: ", "a|0,0,0,1,44,1,2,old"},
-        {"ip: a snmp:  7, 8,-1 vendor: ", "a|0,0,0,1,7,8,255,old"},
+        {"ip: a snmp:  0, 8,-1 vendor: ", "a|0,0,0,1,0,8,255,old"},
         {"ip: a snmp: 1,2 vendor: ", "a|0,0,0,1,9,9,9,old"},
         {"ip: a snmp: 1,2,x vendor: ", "a|0,0,0,1,9,9,9,old"},
         {"ip: a snmp: 1 ,2,3 vendor: ", "a|0,0,0,1,9,9,9,old"},

@@ -5,7 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -66,7 +66,7 @@ TEST(Parent, TellsOfEachMethodAndOfAllDevicesOnceWhyTheyFailed)
 "-s --slp") echo 'Error opening slp handle -20';;
 "-s --nodeq6") exit 3;;
 "-s --snmp6") echo '# ERROR: snmp_open("udp6:[ff02::1]") failed, none'; exit 127;;
-"-s --snmp") for i in {1..6}; do
+"-s --snmp") for i in {1..7}; do
         echo "ip: 10.0.0.$i slp: 0,0,0,0 snmp: 0,0,0 vendor: V dsc: \"\""
     done; printf 'ip: 10.0'; kill -TERM $$;;
 "-R 10.0.0.1") echo '# ERROR: snmp_open failed [getdesc], first';;
@@ -75,32 +75,33 @@ TEST(Parent, TellsOfEachMethodAndOfAllDevicesOnceWhyTheyFailed)
 "-R 10.0.0.4") printf 'ip: 10.0.0.4 dsc: "Model'; exit 1;;
 "-R 10.0.0.5") sleep 1; exit 137;;
 "-R 10.0.0.6") echo 'ip: 10.0.0.6 dsc: " " ERROR: Destination unreachable';;
+"-R 10.0.0.7") exit 126;;
 )")
                                                   .with({"--all", "--nodeq6"}));
     // Some shells tell of a signal too.
     EXPECT_EQ(lines_with(result.err, "devscout: "), R"(devscout: nodeq: a b
 devscout: slp: Error opening slp handle -20
 devscout: snmp: Terminated
-devscout: describing 4 devices: first
+devscout: describing 5 devices: first
 )");
     EXPECT_THAT(result.out, testing::HasSubstr("vendor: V dsc: \"Model\"\nip: 10.0.0.3"));
     EXPECT_THAT(result.out, testing::HasSubstr("dsc: \"Model\"\nip: 10.0.0.5"));
-    EXPECT_THAT(result.out, testing::HasSubstr("\n# Total 5 printers found"));
+    EXPECT_THAT(result.out, testing::HasSubstr("\n# Total 6 printers found"));
 }
 
 TEST(Parent, FillsScannerBlocksFromInquiryChildren)
 {
-    const std::string report = report_of(R"(
+    const program_result result = run_program(scripted_run(R"(
 "-s --snmp") for i in 1 2 3 4 5 6; do
         echo "ip: 10.0.0.$i slp: 0,0,0,0 snmp: 1,1,0 vendor: V dsc: \"S\""
     done;;
 "-I 10.0.0.2") exit 1;;
-"-I 10.0.0.3") echo 'a7 00';;
-*) echo '# Mode scanner_inquiry'
-    for i in 0 1 2 3; do echo 'a8 01 02 03 04 05 06 07 08 09 0a 0b 0c 0d 0e 0f'; done
-    echo '10 11 12 13 14 15'; echo 'ff ff ff';;
-)",
-                                         {"--scanner", "--snmp"});
+"-I 10.0.0.3") echo 'a7 00'; exit 126;;
+*) echo '# Mode scanner_inquiry'; echo bad
+    for i in 0 1 2 3; do echo 'a8 01 02 03 04 05 06 07 08 09 0a 0B 0c 0d 0e 0f'; done
+    echo '10 11 1 12 13 14 15'; echo 'ff ff ff';;
+)")
+                                                  .with({"--scanner", "--snmp"}));
     std::string listed;
     for (const std::string ip : {"10.0.0.1", "10.0.0.4", "10.0.0.5", "10.0.0.6"}) // in used slots
         listed += "ip: " + ip + R"(        slp: 0,0,0,0 snmp: 1,1,0 vendor: V dsc: "S"
@@ -110,7 +111,8 @@ a8 01 02 03 04 05 06 07 08 09 0a 0b 0c 0d 0e 0f
 a8 01 02 03 04 05 06 07 08 09 0a 0b 0c 0d 0e 0f
 10 11 12 13 14 15
 )";
-    EXPECT_THAT(report, testing::HasSubstr(listed + "# Total 4 scanners found, "));
+    EXPECT_EQ(result.err, "devscout: inquiring 1 device: cannot be started\n");
+    EXPECT_THAT(result.out, testing::HasSubstr(listed + "# Total 4 scanners found, "));
 }
 
 TEST(Parent, RunsThreeChildrenForOneDeviceAtOnceAndEightWhereItIsQuick)
@@ -146,8 +148,10 @@ awk '/start/ { ++started; ++running } /end/ { --running } running > most { most 
 
 TEST(Parent, AsksOneChildForAllThatNamedNoModelWhereItIsQuick)
 {
-    // The addresses come in one piece; what has a model needs no child unless it is a name.
-    const scripted_run parent(R"(
+    for (const auto &[end, told] : {std::pair("kill -9 $$", "describing 2 devices: Killed"),
+                                    {"echo 'Error'", "describing 1 device: Error"}}) {
+        // The addresses come in one piece; what has a model needs no child unless it is a name.
+        const scripted_run parent(R"(
 "-s --snmp") printf 'ip: %s slp: 0,0,0,0 snmp: 1,1,0 vendor: V dsc: "%s"\n' \
         10.0.0.1 '' 10.0.0.2 '' 10.0.0.3 '' 10.0.0.4 Own fe80::5 Own fe80::6 '' host Own 10.0.0.7 '' >"$here/lines"
     cat "$here/lines";;
@@ -155,23 +159,14 @@ TEST(Parent, AsksOneChildForAllThatNamedNoModelWhereItIsQuick)
     printf 'ip: %s dsc: "Told %s"\n' fe80::6 6 10.0.0.1 1
     echo 'ip: 10.0.0.3         dsc: " " ERROR: Destination unreachable'
     echo 'ip: host         dsc: " " ERROR: Destination unreachable'
-    kill -9 $$;;
-)");
-    const program_result result = run_program(parent.with({"--snmp", "--quick"}));
-    EXPECT_EQ(parent.file("arguments"),
-              "<--quick><-R><10.0.0.1><10.0.0.2><10.0.0.3><fe80::6><host><10.0.0.7>");
-    std::string listed;
-    for (const char *device : {"10.0.0.1 Told 1", "10.0.0.2 ", "10.0.0.4 Own", "fe80::5 Own",
-                               "fe80::6 Told 6", "10.0.0.7 "})
-        listed += device + std::string("\n");
-    std::string found;
-    for (const std::string &line : lines_of(lines_with(result.out, "ip: "))) {
-        const size_t quote = line.find('"');
-        found += line.substr(4, line.find(' ', 4) - 4) + " " +
-                 line.substr(quote + 1, line.size() - quote - 2) + "\n";
+    )" + std::string(end) + ";;");
+        const program_result result = run_program(parent.with({"--snmp", "--quick"}));
+        EXPECT_EQ(parent.file("arguments"),
+                  "<--quick><-R><10.0.0.1><10.0.0.2><10.0.0.3><fe80::6><host><10.0.0.7>");
+        EXPECT_EQ(descriptions(result.out), "10.0.0.1 \"Told 1\"\n10.0.0.2 \"\"\n10.0.0.4 \"Own\"\n"
+                                            "fe80::5 \"Own\"\nfe80::6 \"Told 6\"\n10.0.0.7 \"\"\n");
+        EXPECT_EQ(lines_with(result.err, "devscout: "), std::string("devscout: ") + told + "\n");
     }
-    EXPECT_EQ(found, listed);
-    EXPECT_EQ(result.err, "Killed\ndevscout: describing 2 devices: Killed\n");
 }
 
 TEST(Parent, SplitsWhatNoCommandLineHoldsAmongChildrenForMany)
@@ -182,10 +177,7 @@ TEST(Parent, SplitsWhatNoCommandLineHoldsAmongChildrenForMany)
 )");
     const program_result result = run_program(parent.with({"--snmp", "--quick"}));
     EXPECT_EQ(line_count(result.out, "ip: "), 6000U);
-    const auto lines = lines_of(lines_with(result.out, "ip: "));
-    EXPECT_TRUE(std::all_of(lines.begin(), lines.end(), [](const std::string &line) {
-        return line.find("\"Told\"") != std::string::npos;
-    }));
+    EXPECT_EQ(descriptions(result.out).find("\"\""), std::string::npos);
     EXPECT_LE(line_count(parent.file("steps"), "start"), 12U);
 }
 
@@ -225,7 +217,7 @@ TEST(Parent, LosesNoLineAndStandsAnyGarbage)
 {
     const std::string report = report_of(R"(
 "-s --nodeq") head -c 100000 /dev/zero | tr '\0' x; echo
-    printf '\000\377\n\n\n'; printf 'ip: 10.1.0.1 vendor: cut'; exit 3;;
+    printf '\000\377\n\n\n'; printf 'ip: 10.1.0.1 vendor: V dsc: "cut'; exit 3;;
 "-s --slp") for i in {0..4999}; do
         echo "ip: 10.2.$((i / 250)).$((i % 250)) slp: 1,0,1,0 snmp: 0,0,0 vendor:  dsc: \"#$i\""
     done;;
@@ -234,13 +226,15 @@ TEST(Parent, LosesNoLineAndStandsAnyGarbage)
 )",
                                          {"--nodeq", "--slp", "--nodeq6", "--snmp"});
     EXPECT_EQ(line_count(report, "ip: 10.2."), 5000U);
-    EXPECT_EQ(line_count(report, "ip: 10.1.0.1 "), 1U);
+    EXPECT_EQ(lines_with(report, "ip: 10.1."),
+              "ip: 10.1.0.1        slp: 0,0,0,0 snmp: 0,0,0 vendor: V dsc: \"\"\n");
     EXPECT_EQ(line_count(report, "# Total 5001 printers found, "), 1U);
 }
 
 TEST(Parent, HandsOnlyCommunityAndMethodToItsChildren)
 {
-    constexpr char RECORD[] = R"(*) printf '<%s>' "$@" >>"$here/arguments"; echo >>"$here/arguments"
+    constexpr char RECORD[] =
+        R"(*) trap -p PIPE >>"$here/arguments"; printf '<%s>' "$@" >>"$here/arguments"; echo >>"$here/arguments"
     case "$*" in *"-s --snmp") echo 'ip: 10.0.0.1;id snmp: 1,1,0'; esac;;)";
     const struct {
         const char *name;
@@ -277,10 +271,16 @@ TEST(Parent, HandsOnlyCommunityAndMethodToItsChildren)
         const scripted_run parent(RECORD);
         const size_t others = parent.script.size() + strlen(" -c  -s --nodeq");
         const std::string community(length - others, 'c');
-        run_program(parent.with({"-c", community, "--nodeq"}));
+        const program_result result = run_program(parent.with({"-c", community, "--nodeq"}));
+        EXPECT_EQ(result.err, length == 4095 ? "" : "devscout: nodeq: Argument list too long\n");
         EXPECT_EQ(parent.file("arguments"),
                   length == 4095 ? "<-c><" + community + "><-s><--nodeq>\n" : "");
     }
+    // A child for one device has the longer command line.
+    const scripted_run parent(RECORD);
+    program_run run = parent.with({"--snmp"});
+    run.words[0].insert(0, 4095 - parent.script.size() - strlen(" -s --snmp"), '/');
+    EXPECT_EQ(run_program(run).err, "devscout: describing 1 device: Argument list too long\n");
 }
 
 TEST(Parent, StartsItsChildrenByAnAwkwardRelativePath)
@@ -298,6 +298,15 @@ TEST(Parent, GetsByWithFewDescriptors)
     const scripted_run parent(ONE_DEVICE);
     const program_result result = run_program(parent.shell_run("ulimit -n 11; \"$@\"", {"--snmp"}));
     EXPECT_THAT(result.out, testing::HasSubstr("dsc: \"Model\"\n# Total 1 printers found, "));
+
+    // No socket can be kept to an interface that has gone.
+    const scripted_run going(
+        "*) ip link del x; echo 'ip: 10.0.0.1 snmp: 1,1,0 vendor: V dsc: \"Own\"';;");
+    EXPECT_EQ(descriptions(run_program(going.shell_run(R"sh(PATH=$PATH:/usr/sbin:/sbin
+ip link add x type veth peer name y; ip link set x up; "$@")sh",
+                                                       {"--interface", "x", "--snmp", "--quick"}))
+                               .out),
+              "10.0.0.1 \"Own\"\n");
 }
 
 TEST(Parent, CountsSecondsFromItsStartAndBetweenMarks)

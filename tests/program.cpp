@@ -181,6 +181,14 @@ std::string sorted_devices(const std::string &text, const std::string &prefix)
     return sorted;
 }
 
+std::string descriptions(const std::string &text)
+{
+    std::string found;
+    for (const std::string &line : lines_of(lines_with(text, "ip: ")))
+        found += line.substr(4, line.find(' ', 4) - 4) + line.substr(line.find("dsc:") + 4) + "\n";
+    return found;
+}
+
 lab_result run_in_lab(const lab_setup &setup, const std::vector<std::string> &command)
 {
     const scratch_folder folder;

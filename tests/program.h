@@ -77,6 +77,9 @@ size_t line_count(const std::string &text, const std::string &prefix);
 /// The device lines of a report, sorted: devices are listed in the order in which they answer.
 std::string sorted_devices(const std::string &text, const std::string &prefix = "ip: ");
 
+/// Address and description of each device line, in order.
+std::string descriptions(const std::string &text);
+
 /// What a lab network is laid with. Its /tmp is empty.
 struct lab_setup {
     std::string fleet;                           ///< content of the fleet file
