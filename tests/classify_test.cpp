@@ -78,6 +78,8 @@ TEST(Classify, ComposesDescriptions)
         {"", " Series", " "},
         {"\"", "\"\"", "\""},
         {"Acme", std::string(255, 'm'), "Acme " + std::string(90, 'm')},
+        {"Acme", "Norta " + std::string(200, 'm'), "Norta " + std::string(89, 'm')},
+        {"Acme", "QD-5", "Acme QD-5"},
     };
     for (const auto &c : cases) {
         char vendor[256];

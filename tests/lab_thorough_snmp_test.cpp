@@ -23,10 +23,11 @@ TEST(ThoroughSnmp, WaitsForLateDevicesButNotForThoseWhoAnswerForEver)
     const lab_result result = shell_in_lab({R"(
 device 10.9.1.1 id="MFG:A;MDL:flood;CLS:PRINTER;" snmp.flood=30000
 device 10.9.1.2 id="MFG:A;MDL:late;CLS:PRINTER;" snmp.delay=3200
+device 10.9.1.3 id="MFG:A;MDL:later;CLS:PRINTER;" snmp.delay=4700
 )"},
                                            "timeout 11 \"$0\" -s --snmp --thorough; echo $?");
     EXPECT_EQ(lines_of(result.program.out).back(), "0") << "it ends";
-    EXPECT_EQ(line_count(result.program.out, "ip: 10.9.1."), 2U) << result.program.out;
+    EXPECT_EQ(line_count(result.program.out, "ip: 10.9.1."), 3U) << result.program.out;
 }
 
 TEST(ThoroughSnmp, ListsNoIpv6AddressThatItsDeviceHasNot)
@@ -38,18 +39,32 @@ device - id6=::5:3 id="MFG:A;MDL:none;CLS:PRINTER;" snmp.on=broadcast
 device - id6=::5:4 id="MFG:A;MDL:x;CLS:PRINTER;" query.id="MFG:A;MDL:y;CLS:PRINTER;"
 device - id6=::5:5 id="MFG:A;MDL:x;CLS:PRINTER;" query.id="MFG:B;MDL:x;CLS:PRINTER;"
 device - id6=::5:6 id="MFG:A;MDL:x;CLS:PRINTER,SCN;" query.id="MFG:A;MDL:x;CLS:PRINTER;"
+device - id6=::5:7 id="MFG:A;MDL:slow;CLS:PRINTER;" snmp.delay=900
 )";
-    const lab_result result = devscout_in_lab({FLEET, {"--loss", "5"}}, {"--thorough", "--snmp6"});
+    // No address but the one it answers from, on an interface whose name has room behind one alone.
+    constexpr char ANNEX[] = "device - id6=::5:8 id=\"MFG:A;MDL:s;CLS:PRINTER;\"\n"
+                             "device - id6=::1234:5678:9abc:def0 id=\"MFG:A;CLS:PRINTER;\"\n";
+    const lab_result result = shell_in_lab({FLEET, {"--loss", "5"}, {ANNEX}}, R"sh(
+ip link set eth1 down name long-name-45678 && ip link set long-name-45678 up
+for i in {1..400}; do
+    [[ $(ip link show long-name-45678) == *' state UP '* ]] && break; sleep 0.02
+done; ip address add fe80::10:1/64 nodad dev long-name-45678
+"$0" --thorough --snmp6 | sed "s/%[0-9]* /%INDEX /")sh");
     EXPECT_EQ(sorted_devices(result.program.out),
               R"(ip: 2001:db8:9::5:1 slp: 0,0,0,0 snmp: 1,1,0 vendor: A dsc: "both"
+ip: 2001:db8:9::5:7 slp: 0,0,0,0 snmp: 0,0,0 vendor: A dsc: "slow"
 ip: fd00:9::5:1     slp: 0,0,0,0 snmp: 1,1,0 vendor: A dsc: "both"
 ip: fd00:9::5:2     slp: 0,0,0,0 snmp: 0,0,0 vendor: A dsc: "site"
+ip: fd00:9::5:7     slp: 0,0,0,0 snmp: 0,0,0 vendor: A dsc: "slow"
+ip: fe80::1234:5678:9abc:def0%INDEX slp: 0,0,0,0 snmp: 0,0,0 vendor: A dsc: "A"
 ip: fe80::5:2%eth0  slp: 0,0,0,0 snmp: 0,0,0 vendor: A dsc: "site"
 ip: fe80::5:3%eth0  slp: 0,0,0,0 snmp: 0,0,0 vendor: A dsc: "none"
 ip: fe80::5:4%eth0  slp: 0,0,0,0 snmp: 0,0,0 vendor: A dsc: "x"
 ip: fe80::5:5%eth0  slp: 0,0,0,0 snmp: 0,0,0 vendor: A dsc: "x"
 ip: fe80::5:6%eth0  slp: 0,0,0,0 snmp: 1,1,0 vendor: A dsc: "x"
+ip: fe80::5:8%long-name-45678 slp: 0,0,0,0 snmp: 0,0,0 vendor: A dsc: "s"
 )");
+    EXPECT_GE(line_count(requests(result.record, "snmp"), "[fd00:9::5:3]:161 "), 6U);
 }
 
 TEST(ThoroughSnmp, ReachesDevicesThatAnswerEitherProbeOrRequest)
@@ -62,23 +77,76 @@ device 10.9.1.4 id="MFG:A;MDL:slow;" snmp.delay=600
 device 10.9.1.5 id="MFG:A;MDL:s;CLS:PRINTER,SCN;" scan=late
 device 10.9.1.6
 device 10.9.1.7 id="" model="PNE-1"
+device 10.9.1.8 scan=foreign
+device 10.9.1.9 scan=short
 )";
     const lab_result result = shell_in_lab({FLEET}, R"sh(
-"$0" --thorough -R 10.9.1.{2,4,6}; "$0" --thorough -I 10.9.1.5 | grep -c '^a8'
+"$0" --thorough -R 10.9.1.{2,4,6}
+for host in 5 8 9; do "$0" --thorough -I 10.9.1.$host | grep -c '^a' & done | sort; wait
 nft 'add table ip t; add chain ip t o { type filter hook output priority 0; }
     add rule ip t o tcp dport 161 drop'
 "$0" --thorough -R 10.9.1.{2,3,7}; "$0" --thorough --snmp -c x; "$0" -c other --thorough --snmp)sh");
-    EXPECT_EQ(lines_with(result.program.out, "ip: ") + lines_with(result.program.out, "1"),
+    EXPECT_EQ(lines_with(result.program.out, "ip: ") + lines_with(result.program.out, "1") +
+                  lines_with(result.program.out, "0"),
               R"(ip: 10.9.1.4        dsc: "A slow"
 ip: 10.9.1.3         dsc: " " ERROR: Destination unreachable
 ip: 10.9.1.7        dsc: "Taliven PNE-1"
 ip: 10.9.1.5        slp: 0,0,0,0 snmp: 1,1,0 vendor: A dsc: "s"
 ip: 10.9.1.1        slp: 0,0,0,0 snmp: 0,0,0 vendor: A dsc: "m"
 1
+0
+0
 )") << result.program.out;
     // One request again and again, and after silence no other one.
     const std::string sent = lines_with(requests(result.record, "snmp"), "10.9.1.6:");
     const std::vector<std::string> lines = lines_of(sent);
     EXPECT_GE(lines.size(), 4U);
     EXPECT_EQ(line_count(sent, lines.at(0)), lines.size()) << sent;
+    EXPECT_GE(line_count(requests(result.record, "inquiry"), "10.9.1.9:9400 "), 4U);
+    // That there is no such object is an answer.
+    EXPECT_LE(line_count(requests(result.record, "snmp"), "10.9.1.2:161 "), 8U);
+}
+
+TEST(QuickSnmp, DescribesMoreDevicesThanAreProbedAtOnce)
+{
+    constexpr char FLEET[] = R"(
+device 10.9.2.1 count=250 id="MFG:A;MDL:m%n;" id.fill=1400
+device 10.9.3.1 count=250 tcp=never
+device 10.9.1.1
+device 10.9.1.2 id="MFG:A;MDL:m;"
+)";
+    lab_result result;
+    const auto describe = [&] {
+        result = shell_in_lab({FLEET, {}, {}, {{"hosts", "10.9.1.1 mute\n"}}}, R"sh(
+"$0" --quick -R 10.9.{2,3}.{1..250} mute |
+    sed -n 's/^ip: \([^ ]*\) *dsc: \("A m[0-9]*\)\?.*/\1 \2/p; s/^on_snmp_response.*/answered/p'
+echo defaultport 1161 >/tmp/snmp.conf; SNMPCONFPATH=/tmp "$0" --quick -R 10.9.1.2 | grep '^ip: ')sh");
+        return sorted_devices(result.program.out, "");
+    };
+    std::string expected;
+    for (int i = 1; i <= 250; ++i)
+        expected += "answered\n10.9.2." + std::to_string(i) + " \"A m" + std::to_string(i) +
+                    "\n10.9.3." + std::to_string(i) + " \n";
+    expected = sorted_devices(expected, "");
+    EXPECT_EQ(outcome_of(describe, expected), expected);
+    const std::string sent = requests(result.record, "snmp");
+    EXPECT_EQ(line_count(sent, "10.9.1.1:161 "), 2U) << "identification and model";
+    EXPECT_EQ(line_count(sent, "10.9.1.2:161 "), 0U) << "not at the port of the configuration";
+}
+
+TEST(QuickSnmp, WaitsForEachObjectAnewAndForNothingMore)
+{
+    const std::string model(62, 'm');
+    const lab_result result = shell_in_lab(
+        {"device - id6=::5:1 id=\"MFG:A;\"\ndevice 10.9.1.1 id=\"\" snmp.delay=60 model=" + model +
+         "\n"},
+        R"sh(
+export ASAN_OPTIONS=detect_leaks=0
+for turn in {1..20}; do # busy machines answer late
+    "$0" --quick -R 10.9.1.1 | grep '^ip: ' && break
+done
+for turn in {1..20}; do # it looks once what is there already
+    [[ $(strace -e trace=ppoll "$0" --quick -R fd00:9::5:1 2>&1 | grep -c Timeout) == 1 ]] && break
+done; echo "$((turn < 20))")sh");
+    EXPECT_EQ(result.program.out, "ip: 10.9.1.1        dsc: \" " + model + "\"\n1\n");
 }

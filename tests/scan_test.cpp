@@ -1,6 +1,7 @@
 // The reachability probe, against ports of this host that answer, refuse or drop a connection.
 #include "bound_socket.h"
 #include "capture.h"
+#include "config/thorough.h"
 #include "io/wait.h"
 #include "scan/probe.h"
 #include "scan/tcp_connect.h"
@@ -74,6 +75,30 @@ TEST(Probe, CountsWhatHasArrivedHoweverLateItIsSeen)
         EXPECT_EQ(silent.attempts, attempts);
     }
     EXPECT_EQ(step_probe(&silent), probe_state::unreachable);
+}
+
+TEST(Probe, MakesItsAttemptsInTime)
+{
+    const listener full(0);
+    const descriptor first(tcp_connect_timeout(HOST, full.port, 0));
+    probe silent;
+    struct pollfd polled[PROBE_SOCKETS];
+    for (const bool thorough : {false, true}) {
+        g_thorough = thorough;
+        std::string due_ms;
+        // As often as it begins anew, though steps are as late as they may.
+        for (probe_state state = begin_probe(&silent, {htonl(INADDR_LOOPBACK)}, full.port);
+             state == probe_state::waiting; state = step_probe(&silent)) {
+            EXPECT_GT(silent.due_us, monotonic_us());
+            due_ms += std::to_string((silent.due_us - silent.start_us) / 1000) + ":" +
+                      std::to_string(poll_probe(silent, polled)) + " ";
+            silent.due_us = 0;
+        }
+        EXPECT_EQ(due_ms,
+                  thorough ? "150:1 300:2 450:3 600:3 750:3 900:3 1000:3 " : "100:1 150:2 200:3 ");
+        EXPECT_EQ(poll_probe(silent, polled), 0U) << "sockets are left";
+    }
+    g_thorough = false;
 }
 
 TEST(Probe, CountsTheAnswerToAnAttemptThatIsNotTheLatest)
