@@ -1,6 +1,5 @@
 // Fuzzes what becomes of an SNMP answer: its values' texts, their classification, and the
 // description. An input is a byte that tells the peer's form and a PDU as it stands in a packet.
-#include "config/text.h"
 #include "log/log.h"
 #include "printed_line.h"
 #include "snmp/classify.h"
@@ -46,23 +45,6 @@ void set_peer(netsnmp_pdu *pdu, bool ipv6, bool alone)
     pdu->transport_data_length = static_cast<int>(length);
 }
 
-/// Composes what a description child prints of the answers.
-std::string describe(const getdesc_answers &answers)
-{
-    char vendor[256] = "";
-    char model[256] = "";
-    char output[DSC_SIZE] = "";
-    if (answers.device_id_value[0] != '\0') {
-        extract_key_value(answers.device_id_value, "MFG:", vendor, sizeof vendor);
-        extract_key_value(answers.device_id_value, "MDL:", model, sizeof model);
-    } else {
-        safe_strncpy(model, answers.model_name_value, sizeof model);
-        safe_strncpy(vendor, answers.printer_mib_value, sizeof vendor);
-    }
-    compose_description(vendor, model, output, sizeof output);
-    return output;
-}
-
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
@@ -90,7 +72,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         printed([&] {
             on_snmp_response(NETSNMP_CALLBACK_OP_RECEIVED_MESSAGE, session, 1, pdu, &answers);
         });
-        carry_to_report(&devices, slot_of(ipv6 ? "snmp6" : "snmp"), describe(answers));
+        char description[DSC_SIZE];
+        compose_answers(&answers, description, sizeof description);
+        carry_to_report(&devices, slot_of(ipv6 ? "snmp6" : "snmp"), description);
     }
     snmp_free_pdu(pdu);
     return 0;

@@ -1,26 +1,18 @@
 // The host's interfaces and the completion of IPv6 addresses.
 #include "config/text.h"
 #include "io/netlink.h"
-#include "io/stream.h"
 #include "netif/derive_ipv6.h"
 #include "netif/ifconfig.h"
-#include "netif/line_reader.h"
-#include "netif/system_interfaces.h"
 #include "records.h"
 #include "scratch.h"
 
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <fcntl.h>
-#include <linux/if_tun.h>
 #include <linux/rtnetlink.h>
 #include <memory>
 #include <net/if.h>
-#include <net/if_arp.h>
-#include <sched.h>
 #include <string>
-#include <sys/ioctl.h>
 #include <sys/socket.h>
 
 namespace
@@ -67,36 +59,7 @@ std::string ethernet(const std::string &name, const std::string &addresses)
     return output;
 }
 
-/// Makes an interface of a hardware type, up and running while the returned descriptor is open;
-/// -1: none.
-int make_interface(const char *name, int hardware)
-{
-    descriptor file(open("/dev/net/tun", O_RDWR | O_CLOEXEC));
-    const descriptor control(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
-    struct ifreq request = {};
-    strncpy(request.ifr_name, name, sizeof request.ifr_name - 1);
-    request.ifr_flags = IFF_TAP | IFF_NO_PI;
-    if (file.fd < 0 || ioctl(file.fd, TUNSETIFF, &request) != 0 ||
-        ioctl(file.fd, TUNSETLINK, hardware) != 0)
-        return -1;
-    request.ifr_flags = IFF_UP;
-    return ioctl(control.fd, SIOCSIFFLAGS, &request) == 0 ? file.release() : -1;
-}
-
 } // namespace
-
-TEST(SystemInterfaces, AreEthernetOnesAndNoTunnels)
-{
-    const bool alone = unshare(CLONE_NEWNET) == 0 || unshare(CLONE_NEWUSER | CLONE_NEWNET) == 0;
-    const descriptor cable(alone ? make_interface("cable", ARPHRD_ETHER) : -1);
-    const descriptor tunnel(alone ? make_interface("tunnel", ARPHRD_TUNNEL) : -1);
-    if (cable.fd < 0 || tunnel.fd < 0)
-        GTEST_SKIP() << "no network namespace or no /dev/net/tun";
-    test_list found;
-    enumerate_system_interfaces(&found.head);
-    EXPECT_EQ(joined(found.head, fields_of).find("cable,"), 0U);
-    EXPECT_EQ(joined(found.head, fields_of).find("tunnel,"), std::string::npos);
-}
 
 TEST(Netlink, TellsPortsFromMembersOfAVrf)
 {
@@ -112,11 +75,7 @@ TEST(Netlink, TellsPortsFromMembersOfAVrf)
         return master + attribute(IFLA_LINKINFO | NLA_F_NESTED,
                                   name + attribute(IFLA_INFO_SLAVE_KIND, kind));
     };
-    const struct {
-        std::string attributes;
-        bool serves_master;
-    } cases[] = {
-        {"", false},
+    const std::pair<std::string, bool> cases[] = {
         {master, true},
         {serving("bridge"), true},
         {serving(std::string("vrf\0", 4)), false},
@@ -124,21 +83,19 @@ TEST(Netlink, TellsPortsFromMembersOfAVrf)
         {attribute(IFLA_MASTER, std::string(4, '\0')), false},
         {attribute(IFLA_MASTER, "\x07"), false}, // too short to be read
     };
-    for (const auto &c : cases) {
-        struct {
-            struct nlmsghdr header;
-            struct ifinfomsg link;
-        } head = {};
-        head.header.nlmsg_type = RTM_NEWLINK;
-        head.header.nlmsg_len = static_cast<uint32_t>(sizeof head + c.attributes.size());
-        const std::string message =
-            std::string(reinterpret_cast<const char *>(&head), sizeof head) + c.attributes;
+    for (const auto &[attributes, serves_master] : cases) {
+        struct nlmsghdr header = {};
+        header.nlmsg_type = RTM_NEWLINK;
+        std::string message(NLMSG_SPACE(sizeof(struct ifinfomsg)), '\0');
+        message += attributes;
+        header.nlmsg_len = static_cast<uint32_t>(message.size());
+        memcpy(message.data(), &header, sizeof header);
         const auto list = std::make_unique<host_interfaces>();
         netlink_target target = {list.get(), nullptr, false};
         read_netlink_messages(reinterpret_cast<const uint8_t *>(message.data()), message.size(),
                               &target);
         ASSERT_EQ(list->interface_count, 1U);
-        EXPECT_EQ(list->interfaces[0].serves_master, c.serves_master) << &c - cases;
+        EXPECT_EQ(list->interfaces[0].serves_master, serves_master) << attributes;
     }
 }
 
@@ -163,37 +120,6 @@ TEST(Ifconfig, ReadsEthernetBlocksOfTheOldFormatAlone)
         test_list interfaces;
         EXPECT_EQ(read_interfaces(&interfaces, c.output), c.known_format) << c.output;
         EXPECT_EQ(joined(interfaces.head, fields_of), c.interfaces);
-    }
-}
-
-TEST(LineReader, TellsItsResultsApart)
-{
-    const scratch_folder folder;
-    const std::string file = folder.write("lines", "one\n" + std::string(1500, 'x') + "\nlast");
-    const struct {
-        const char *source;
-        int answer; ///< of the callback, 0: next line
-        int result;
-        int lines;
-    } cases[] = {
-        {file.c_str(), 0, 0, 4},
-        {"exec:printf 'a\\nb\\n'", 0, 0, 2},
-        {file.c_str(), -4, -4, 1},
-        {file.c_str(), 7, 7, 1},
-        {file.c_str(), -3, 1, 1},
-        {file.c_str(), -1, 1, 1},
-        {"/nonexistent/file", 0, -1, 0},
-        {folder.path.c_str(), 0, -2, 0},
-        {nullptr, 0, -3, 0},
-    };
-    for (const auto &c : cases) {
-        int state[] = {0, c.answer};
-        const auto count = [](const char *, void *context) {
-            ++static_cast<int *>(context)[0];
-            return static_cast<int *>(context)[1];
-        };
-        EXPECT_EQ(for_each_line(c.source, count, state), c.result);
-        EXPECT_EQ(state[0], c.lines) << c.answer;
     }
 }
 

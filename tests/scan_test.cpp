@@ -97,6 +97,7 @@ TEST(Probe, MakesItsAttemptsInTime)
         EXPECT_EQ(due_ms,
                   thorough ? "150:1 300:2 450:3 600:3 750:3 900:3 1000:3 " : "100:1 150:2 200:3 ");
         EXPECT_EQ(poll_probe(silent, polled), 0U) << "sockets are left";
+        silent.start_us = 1; // long ago
     }
     g_thorough = false;
 }
