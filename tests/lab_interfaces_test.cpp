@@ -201,12 +201,12 @@ for i in {1..400}; do
     [[ $(ip link show "$1") == *' state UP '* &&
         -n $(ip -6 route show table local ff00::/8 dev "$1") ]] && break; sleep 0.02
 done
-"$0" --interface "$1" | sed -n "s/^ip: \([^ ]*\) .*/\1/p"
+"$0" --interface "$1" | sed -n "s/^ip: \([^ ]*\) .*/\1/p" &
 "$0" --interface "$1" -R 10.9.1.1 | grep -o unreachable
 "$0" --interface "$1" -R fd00:9::5:1 | grep -o Orvel
 for words in '-I 10.9.1.7' '-I fd00:9::7:1' '--thorough -I fd00:9::7:1'; do
     "$0" --interface "$1" $words >/dev/null && echo block
-done)sh",
+done; wait)sh",
             c.chosen);
         const std::string net = hall ? "10.9.1." : "10.10.1.";
         const std::string net6 = hall ? "9::5:1\n" : "10::5:1\n";
