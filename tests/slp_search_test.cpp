@@ -141,7 +141,8 @@ TEST(SlpSearch, RequestsGoAsFarAsConfigured)
 
 TEST(SlpApi, ArgumentsAreCheckedAtOnce)
 {
-    SLPHandle handle = &handle;
+    int something = 0;
+    SLPHandle handle = &something;
     EXPECT_EQ(SLPOpen("en", SLP_FALSE, nullptr), SLP_PARAMETER_BAD);
     EXPECT_EQ(SLPOpen("en", SLP_TRUE, &handle), SLP_NOT_IMPLEMENTED);
     EXPECT_EQ(handle, nullptr);

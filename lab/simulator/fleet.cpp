@@ -83,7 +83,8 @@ static std::string split_words(std::string_view line, std::vector<word> &words)
             next.key += line[at++];
         if (at < line.size() && line[at] == '=') {
             next.has_value = true;
-            if (++at < line.size() && line[at] == '"') {
+            ++at;
+            if (at < line.size() && line[at] == '"') {
                 if (std::string wrong = read_quoted(line, at, next.value); !wrong.empty())
                     return wrong;
                 if (at < line.size() && !is_blank(line[at]))

@@ -132,8 +132,9 @@ void tcp_serve(const fleet &devices, const std::vector<pollfd> &waited, size_t f
     const size_t first_connection = first + listeners.size();
     size_t at = first_connection;
     for (tcp_connection &connection : connections) {
-        if (at < waited.size() && waited[at++].revents != 0)
+        if (at < waited.size() && waited[at].revents != 0)
             receive(devices, connection);
+        ++at;
     }
     at = first;
     for (const tcp_listener &listener : listeners) {

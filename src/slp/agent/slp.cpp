@@ -76,6 +76,8 @@ void SLPClose(SLPHandle hSLP)
         static_cast<void>(agent.release()); // the search that runs still needs it
 }
 
+// The callback's own parameters are taken for this function's by newer releases.
+// cppcheck-suppress funcArgOrderDifferent
 SLPError SLPFindSrvs(SLPHandle hSLP, const char *pcServiceType, const char *pcScopeList,
                      const char *pcSearchFilter, SLPSrvURLCallback callback, void *pvCookie)
 try {
