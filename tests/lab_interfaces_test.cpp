@@ -121,9 +121,12 @@ done
 )",
      in_office("10.9.1") + in_ipv6({"fd00:9", "2001:db8:9"}), 1},
     {"NoNetlink", office("10.9.1", 16) + office("10.2.0", 24) + DEVICE6,
-     TWO_BY_TWO + "exec_by=\"$1 netlink\"\n",
+     TWO_BY_TWO + R"(exec_by="$1 netlink"
+ip address add 2001:db8:77::9:1/64 dev eth0 nodad
+ip address change 2001:db8:9::9:1/64 dev eth0 preferred_lft 0
+)",
      in_office("10.9.1") + in_office("10.2.0") + in_office("10.10.1") + in_office("10.3.0") +
-         in_ipv6({"fd00:9", "2001:db8:9", "fd00:10", "2001:db8:10"}),
+         in_ipv6({"fd00:9", "2001:db8:77", "fd00:10", "2001:db8:10"}),
      2, office("10.10.1", 16) + office("10.3.0", 24) + DEVICE6},
     {"NoListAtAll", office("10.9.1", 16) + office("10.2.0", 24),
      TWO_BY_TWO + "exec_by=\"$1 netlink,ifconf\"\n", in_office("10.9.1"), 1, office("10.10.1", 16)},
@@ -226,12 +229,14 @@ done; wait)sh",
 TEST(Lab, AsksEachInterfaceOnceFromTheAddressThatSnmpConfNames)
 {
     // Each answer is waited for anew.
-    constexpr char FLEET[] = "device 10.9.1.1 id=\"MFG:A;CLS:PRINTER;\" snmp.delay=1300\n"
-                             "device 10.9.1.2 id=\"MFG:A;CLS:PRINTER;\" snmp.delay=2600\n";
+    constexpr char FLEET[] =
+        "device 10.9.1.1 id=\"MFG:Thirty-one characters of vendor;CLS:PRINTER;\" snmp.delay=1100\n"
+        "device 10.9.1.2 id=\"MFG:A;CLS:PRINTER;\" snmp.delay=2200\n";
     const lab_result result = shell_in_lab({FLEET, {}, {DEVICE6}}, TWO_BY_TWO + R"sh(
 ip address add 10.9.0.7/16 dev eth0; echo clientaddr 10.9.0.7 >/tmp/snmp.conf
 SNMPCONFPATH=/tmp "$0" -s --snmp)sh");
     EXPECT_EQ(line_count(result.program.out, "ip: 10.9.1."), 2U) << result.program.out;
+    EXPECT_NE(result.program.out.find("Thirty-one characters of vendor"), std::string::npos);
     for (const std::string &record : {result.record, result.records.at("eth1")}) {
         const size_t asked = lines_of(record).size();
         EXPECT_TRUE(asked == 2 || asked == 3) << record; // a slow run asks once more

@@ -79,10 +79,11 @@ device 10.9.1.6
 device 10.9.1.7 id="" model="PNE-1"
 device 10.9.1.8 scan=foreign
 device 10.9.1.9 scan=short
+device 10.9.1.10 scan=silent
 )";
     const lab_result result = shell_in_lab({FLEET}, R"sh(
 "$0" --thorough -R 10.9.1.{2,4,6}
-for host in 5 8 9; do "$0" --thorough -I 10.9.1.$host | grep -c '^a' & done | sort; wait
+for host in 5 8 9 10; do "$0" --thorough -I 10.9.1.$host | grep -c '^a' & done | sort; wait
 nft 'add table ip t; add chain ip t o { type filter hook output priority 0; }
     add rule ip t o tcp dport 161 drop'
 "$0" --thorough -R 10.9.1.{2,3,7}; "$0" --thorough --snmp -c x; "$0" -c other --thorough --snmp)sh");
@@ -96,13 +97,14 @@ ip: 10.9.1.1        slp: 0,0,0,0 snmp: 0,0,0 vendor: A dsc: "m"
 1
 0
 0
+0
 )") << result.program.out;
     // One request again and again, and after silence no other one.
     const std::string sent = lines_with(requests(result.record, "snmp"), "10.9.1.6:");
     const std::vector<std::string> lines = lines_of(sent);
     EXPECT_GE(lines.size(), 4U);
     EXPECT_EQ(line_count(sent, lines.at(0)), lines.size()) << sent;
-    EXPECT_GE(line_count(requests(result.record, "inquiry"), "10.9.1.9:9400 "), 4U);
+    EXPECT_GE(line_count(requests(result.record, "inquiry"), "10.9.1.10:9400 "), 4U);
     // That there is no such object is an answer.
     EXPECT_LE(line_count(requests(result.record, "snmp"), "10.9.1.2:161 "), 8U);
 }
@@ -125,7 +127,8 @@ device - id6=::5:1 id="MFG:A;"
     s/^ip: 10.9.3.*unreachable/unreachable/p; s/^on_snmp_response.*/answered/p; /mute/p' | sort | uniq -c
 echo defaultport 1161 >/tmp/snmp.conf; SNMPCONFPATH=/tmp "$0" --quick -R 10.9.1.2 | grep '^ip: '
 "$0" --quick -R 10.9.1.3 | grep '^ip: '; export ASAN_OPTIONS=detect_leaks=0
-strace -e trace=ppoll "$0" --quick -R fd00:9::5:1 2>&1 | grep -c Timeout)sh");
+strace -e trace=ppoll "$0" --quick -R fd00:9::5:1 2>&1 | grep -c Timeout
+"$0" -R fd00:9::5:1 | grep '^ip: ')sh");
         return result.program.out;
     };
     const std::string expected = R"(    250 answered
@@ -133,9 +136,13 @@ strace -e trace=ppoll "$0" --quick -R fd00:9::5:1 2>&1 | grep -c Timeout)sh");
     250 unreachable
 ip: 10.9.1.3        dsc: " a model name of more than thirty-one characters"
 1
+ip: fd00:9::5:1     dsc: "A"
 )";
     EXPECT_EQ(outcome_of(describe, expected), expected);
     const std::string sent = requests(result.record, "snmp");
     EXPECT_EQ(line_count(sent, "10.9.1.1:161 "), 2U) << "identification and model";
     EXPECT_EQ(line_count(sent, "10.9.1.2:161 "), 0U) << "not at the port of the configuration";
+    // Behind a request's first two bytes stands its version: 1 is SNMPv2c.
+    for (const std::string &line : lines_of(lines_with(sent, "[fd00:9::5:1]:161 ")))
+        EXPECT_EQ(line.substr(line.rfind(' ') + 5, 6), "020101") << line;
 }
