@@ -300,13 +300,14 @@ TEST(Parent, GetsByWithFewDescriptors)
     EXPECT_THAT(result.out, testing::HasSubstr("dsc: \"Model\"\n# Total 1 printers found, "));
 
     // No socket can be kept to an interface that has gone.
-    const scripted_run going(
-        "*) ip link del x; echo 'ip: 10.0.0.1 snmp: 1,1,0 vendor: V dsc: \"Own\"';;");
-    EXPECT_EQ(descriptions(run_program(going.shell_run(R"sh(PATH=$PATH:/usr/sbin:/sbin
-ip link add x type veth peer name y; ip link set x up; "$@")sh",
-                                                       {"--interface", "x", "--snmp", "--quick"}))
-                               .out),
-              "10.0.0.1 \"Own\"\n");
+    const scripted_run going(R"(
+*snmp) ip link del x; printf 'ip: 10.0.0.%d vendor: V dsc: "%s"\n' 1 Own 2 '';;
+*) echo "$*" >"$here/arguments";;)");
+    const program_run run = going.shell_run(
+        R"(PATH=$PATH:/usr/sbin:/sbin; ip link add x type veth peer name y; ip link set x up; "$@")",
+        {"--interface", "x", "--snmp", "--quick"});
+    EXPECT_EQ(descriptions(run_program(run).out), "10.0.0.1 \"Own\"\n10.0.0.2 \"\"\n");
+    EXPECT_EQ(going.file("arguments"), "--interface x --quick -R 10.0.0.2\n");
 }
 
 TEST(Parent, CountsSecondsFromItsStartAndBetweenMarks)

@@ -254,18 +254,6 @@ See devscout.1..
     EXPECT_EQ(scripted.file("started"), "");
 }
 
-TEST(Terminal, EndsWithoutAMessageWhenItsReaderHasEnough)
-{
-    const scripted_run scripted(
-        "*) seq -f 'ip: 10.0.0.%.0f slp: 0,0,0,0 snmp: 0,0,0 vendor:  dsc: \"x\"' 5000;;");
-    const program_run run =
-        scripted.shell_run("(\"$@\") | head -n 1; echo ${PIPESTATUS[0]}", {"--nodeq"});
-    program_session session(run, &TERMINAL);
-    session.finish();
-    EXPECT_EQ(session.printed, "WARNING: configuration file not found\n0\n");
-    EXPECT_EQ(screen(session.written), "");
-}
-
 TEST(Terminal, TellsWhyNothingWasFound)
 {
     const std::string asked = "devscout: no printer was found; asked on ";
