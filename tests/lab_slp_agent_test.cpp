@@ -90,7 +90,7 @@ const agent_case CASES[] = {
     // The requests go out after 0, 0.5, 1.25 and 2.25 s; the search for services is over after
     // 2.25 s in which nobody answers. Silent directory agents have 3.75 s, side by side, and
     // each has 5 s for TCP, one found by multicast no longer than multicastMaximumWait.
-    {"SlowConfiguredAgent", CONFIGURED, BOTH + directory("slp.delay=2000"), BY_AGENT, ""},
+    {"SlowConfiguredAgent", CONFIGURED, BOTH + directory("slp.delay=3000"), BY_AGENT, ""},
     {"ConfiguredAgentTooSlow", CONFIGURED, BOTH + directory("slp.delay=4500"), BY_ITSELF},
     {"SilentAgent", "", BOTH + directory("slp.da.silent"), BY_ITSELF, "agents services "},
     {"AgentSlowOverTcp", CONFIGURED, BOTH + directory("slp.da.overflow slp.tcp.delay=3500"),
@@ -132,12 +132,15 @@ TEST_P(LabSlpAgentCase, Lists)
 INSTANTIATE_TEST_SUITE_P(, LabSlpAgentCase, testing::ValuesIn(CASES),
                          [](const auto &tested) { return std::string(tested.param.name); });
 
-TEST(LabSlpAgent, AsksTheInterfacesThatAreNamedAndTellsTheOthers)
+TEST(LabSlpAgent, AsksTheInterfacesThatAreNamedAndTellsWhatCannotBeAsked)
 {
     const struct {
-        const char *interfaces, *listed, *told;
+        std::string interfaces;
+        const char *listed, *told;
     } cases[] = {
         {"eth1", "10.10.1.1", ""},
+        {"eth1\nnet.slp.MTU = 128\nnet.slp.useScopes = " + std::string(60, 's'), "",
+         "# ERROR: slp search failed, Message too long\n"},
         {"10.10.0.1, eth7,10.9.0.9,eth1", "10.10.1.1",
          "# ERROR: net.slp.interfaces: no interface has eth7,10.9.0.9\n"},
         {"eth", "",

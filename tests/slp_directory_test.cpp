@@ -54,6 +54,15 @@ TEST(SlpDirectory, ConfiguredAgentsServeTheScopesOfTheirAdvertsAndMulticastTheOt
         {first + "udp 3 DA: =default" + group, "A B last 0"},
         {"udp 2 DA: =office; udp 3 DA: =lab,default; udp 3 default,lab: C", "C last 0"},
         {silent + "A; udp 3 DA: =default; udp 3 default,lab: C" + group, "A C B last 0"},
+        // The waits for services begin with the advert.
+        {"udp 2 DA: ; udp 2 DA: =default,lab; udp 2 default,lab: ; udp 2 default,lab: ; "
+         "udp 2 default,lab: A; udp 3 DA: =office",
+         "A last 0"},
+        // One whose scopes are served meanwhile has answered in vain.
+        {"udp 2 DA: =default; udp 2 default,lab: ; udp 2 default,lab: ; udp 2 default,lab: A; "
+         "udp 3 DA: =default; udp 3 default,lab: C" +
+             group,
+         "A B last 0"},
         {silent + "=lab,default; udp 2 default,lab: A; udp 3 DA: =office", "A last 0"},
     };
     for (const auto &c : cases)
@@ -89,6 +98,7 @@ TEST(SlpDirectory, AgentsOfOurScopesAreFoundByMulticast)
         {wire_advert({}, {third, "lab, DEFAULT"}), "2 ", "udp 3"},
         {wire_advert({}, {third, "default"}), "2 ", "udp 3: !; group 1",
          "*@2 =default"}, // one for each sender
+        {wire_advert({}, {third, "default"}), "2 ", "udp 3: +; tcp 3"},
         {wire_advert({}, {"service:directory-agent://da", "default"}), "2 ", "udp 2"},
         {wire_advert({}, {second, "office,defaults"}), "2 ", "group 1"},
         {wire_advert({}, {second, "default", 0}), "2 ", "group 1"},
