@@ -308,6 +308,14 @@ TEST(Parent, GetsByWithFewDescriptors)
         {"--interface", "x", "--snmp", "--quick"});
     EXPECT_EQ(descriptions(run_program(run).out), "10.0.0.1 \"Own\"\n10.0.0.2 \"\"\n");
     EXPECT_EQ(going.file("arguments"), "--interface x --quick -R 10.0.0.2\n");
+
+    // Nobody answers behind the other one: the run does not end before its last probe.
+    const scripted_run silent("*) echo 'ip: 10.0.0.1 vendor: V dsc: \"Own\"';;");
+    const program_run probing = silent.shell_run(R"(PATH=$PATH:/usr/sbin:/sbin
+ip link add x type veth peer name y; ip address add 10.0.0.9/24 dev x
+ip link set x up; ip link set y up; "$@")",
+                                                 {"--snmp", "--quick"});
+    EXPECT_THAT(run_program(probing).out, testing::HasSubstr("# Total 0 printers found, "));
 }
 
 TEST(Parent, CountsSecondsFromItsStartAndBetweenMarks)
