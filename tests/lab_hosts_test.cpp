@@ -87,10 +87,12 @@ const failing_run FAILING_RUNS[] = {
      {"--no-ipv6"}},
     {"NoIpv6Route", R"(ip -6 route flush table all; "$0" --snmp6 --nodeq)",
      "devscout: snmp6: Network is unreachable\n"},
-    {"NoNetwork", R"(ip link set eth0 down; "$0")", R"(devscout: nodeq: Network is unreachable
+    {"NoNetwork", R"(ip link set eth0 down; "$0"; "$0" --nodeq --thorough)",
+     R"(devscout: nodeq: Network is unreachable
 devscout: slp: Network is unreachable
 devscout: snmp: Network is unreachable
 devscout: snmp6: Network is unreachable
+devscout: nodeq: Network is unreachable
 )"},
     {"SendingRefused",
      R"(nft 'table ip t { chain c { type filter hook output priority 0; udp dport 6000 drop; }; }'

@@ -171,6 +171,7 @@ done; wait)sh",
         EXPECT_EQ(line_count(requests(result.record, "nodeq"), everybody), 2 * tested.subnets);
         EXPECT_EQ(asked % tested.subnets, 0U) << asked;
         EXPECT_LE(asked, 3 * tested.subnets);
+        EXPECT_LE(line_count(requests(result.record, "slp"), "239."), 4 * tested.subnets);
     }
 }
 

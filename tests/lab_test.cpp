@@ -104,6 +104,7 @@ grep -c received devscout_snmp.log
 sed -E '1,2d; $d; s/^2[^:]*(:[^:]*){2}:/:/; s/[0-9]+ sec.*//' devscout_snmp.log | awk '!seen[$0]++' # each kind
 echo LOG_LEVEL=3 >devscout_snmp.lcf; rm devscout.log; mkdir devscout.log
 "$0" -c "it's" --snmp 2>&1 >out; grep -A1 received devscout_snmp.log | grep -oE ':received|04 04 .*27 .*73 a2'
+awk '/received/ { left = $(NF - 1) } /^0000/ { left -= split(substr($0, 9, 50), bytes) } END { print left " not dumped" }' devscout_snmp.log
 grep -c '^ip: 10.9.1.1 ' out)sh");
     EXPECT_EQ(result.program.out, R"(devscout.log
 devscout_snmp.log
@@ -141,6 +142,7 @@ INFO: 20
 /tmp/devscout.log file open error
 :received
 04 04 69  74 27 73 a2
+0 not dumped
 1
 )");
 }

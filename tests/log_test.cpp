@@ -9,7 +9,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstdlib>
 #include <fcntl.h>
 #include <string>
@@ -143,25 +142,6 @@ TEST(Log, TakesNothingThatIsNotItsOwnFile)
     EXPECT_EQ(log_stream, nullptr) << "a FIFO is no configuration";
 }
 
-TEST(Log, FiltersByVerbosityAndCategory)
-{
-    const scratch_folder folder;
-    const std::string path = folder.path / "filtered.log";
-    const struct {
-        int threshold;
-        int level;
-        bool written;
-    } cases[] = {
-        {2, 2, true},       {2, 3, false},      {0, 1, false},       {0x0F, 0x12, false},
-        {0x12, 0x12, true}, {0x32, 0x12, true}, {0x22, 0x12, false}, {0x20, 0, true},
-    };
-    for (const auto &c : cases) {
-        log_open_file(c.threshold, path.c_str());
-        EXPECT_EQ(log_printf(c.level, "12345") == 5, c.written) << c.threshold << " " << c.level;
-        log_close();
-    }
-}
-
 TEST(Timestamp, ChoosesItsTime)
 {
     setenv("TZ", "UTC", 1);
@@ -180,7 +160,7 @@ TEST(Xdump, LaysBytesOutInColumns)
     const struct {
         std::string bytes;
         const char *title;
-        std::string end;
+        std::string text;
     } cases[] = {
         {"ABCDEFGHIJKLMNOPQRST", nullptr,
          "000000  41 42 43 44  45 46 47 48  49 4a 4b 4c  4d 4e 4f 50  ABCDEFGHIJKLMNOP\n"
@@ -189,13 +169,12 @@ TEST(Xdump, LaysBytesOutInColumns)
          "\nbytes begin {\n"
          "000000  1f 20 7e 7f  00 ff                                  . ~...\n"
          "bytes end   }\n\n"},
-        {std::string((16U << 20) + 16, 'x'), nullptr,
-         "\n1000000  78 78 78 78  78 78 78 78  78 78 78 78  78 78 78 78  xxxxxxxxxxxxxxxx\n"},
     };
     for (const auto &c : cases) {
-        const std::string text = printed_by(
-            [&] { xdump_titled(c.bytes.data(), static_cast<int>(c.bytes.size()), c.title); });
-        EXPECT_EQ(text.substr(text.size() - std::min(text.size(), c.end.size())), c.end);
+        EXPECT_EQ(printed_by([&] {
+                      xdump_titled(c.bytes.data(), static_cast<int>(c.bytes.size()), c.title);
+                  }),
+                  c.text);
     }
     EXPECT_EQ(printed_by([] { xdump("123456789abcdef", 16); }).size(), 77U);
     EXPECT_EQ(xdump_to(nullptr, "x", 1, "none"), -1);

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Runs every example of the manual page on the demonstration fleet and compares what it prints with
 # what the page says, in three locales: two devices more, whose names are not ASCII, make none of
-# them stumble. The tool is installed below a prefix of awkward characters. SOURCE, BUILD and
+# them stumble. The tool is installed, whole, below a prefix of awkward characters. SOURCE, BUILD and
 # SIMULATOR come from CTest.
 set -euo pipefail
 
@@ -10,6 +10,24 @@ scratch=$(mktemp -d "$BUILD/manual-XXXXXX")
 trap 'rm -rf "$scratch"' EXIT
 prefix="$scratch/it's \"my\" \$HOME; prefix"
 cmake --install "$BUILD" --prefix "$prefix" >/dev/null
+status=0 count=0
+diff -u - --label installed <(cd "$prefix" && find . -type f | sort) <<'END' || status=1
+./bin/devscout
+./lib/devscout/bin/devscout
+./lib/devscout/share/OEM.ini
+./share/bash-completion/completions/devscout
+./share/doc/devscout/changelog.gz
+./share/doc/devscout/copyright
+./share/doc/devscout/examples/cups-queues
+./share/doc/devscout/examples/inventory
+./share/doc/devscout/examples/watch/devscout-watch
+./share/doc/devscout/examples/watch/devscout-watch.service
+./share/doc/devscout/examples/watch/devscout-watch.timer
+./share/doc/devscout/firewall/devscout.nft
+./share/doc/devscout/firewall/devscout.ufw
+./share/doc/devscout/firewall/devscout.xml
+./share/man/man1/devscout.1.gz
+END
 
 # What the examples call: every devscout has a lab of its own, on this host or on another one. What
 # it says to the same arguments is kept: it is the same in every locale.
@@ -56,7 +74,6 @@ for locale in C C.UTF-8 de_DE.UTF-8; do
     wait
 done
 export LC_ALL=C
-status=0 count=0
 for example in "$scratch"/examples/*.sh; do
     count=$((count + 1))
     name=${example%.sh}

@@ -91,27 +91,3 @@ TEST(SlpMessage, RefusesWhatIsNoReplyAndKeepsTheEntriesBeforeTheFirstBrokenOne)
     for (const auto &c : cases)
         EXPECT_EQ(read_reply(c.message), c.read) << c.name;
 }
-
-TEST(SlpMessage, EveryCutIsReadWithinItsBytes)
-{
-    const std::string reply =
-        wire_reply(HEADER, {wire_url("a", "\1" + wire_signature("signer", "signature")), ENTRY_B});
-    const size_t one = reply.size() - ENTRY_B.size();
-    const std::string advert = wire_advert(HEADER, {"service:directory-agent://a", "default,lab"});
-    const size_t needed = advert.size() - 10; // the attributes, signers and signatures behind
-    for (size_t size = 0; size < 80; ++size) {
-        EXPECT_EQ(read_reply(reply.substr(0, size)), size < 16             ? "refused -1"
-                                                     : size < 20           ? "refused -4"
-                                                     : size < one          ? ""
-                                                     : size < reply.size() ? "a "
-                                                                           : "a b ");
-        const std::string part = advert.substr(0, size);
-        const std::vector<uint8_t> cut(part.begin(), part.end());
-        slp_da_advert read;
-        EXPECT_EQ(slp_read_da_advert(cut.data(), cut.size(), XID, &read),
-                  size < 16       ? SLP_REFUSED_HEADER
-                  : size < needed ? SLP_REFUSED_BODY
-                                  : 0)
-            << size;
-    }
-}

@@ -150,24 +150,3 @@ TEST(SlpSearch, RequestsGoAsFarAsConfigured)
     EXPECT_EQ(getsockopt(socket.fd, IPPROTO_IP, IP_MULTICAST_TTL, &ttl, &size), 0);
     EXPECT_EQ(ttl, 5);
 }
-
-TEST(SlpApi, ArgumentsAreCheckedAtOnce)
-{
-    int something = 0;
-    SLPHandle handle = &something;
-    EXPECT_EQ(SLPOpen("en", SLP_FALSE, nullptr), SLP_PARAMETER_BAD);
-    EXPECT_EQ(SLPOpen("en", SLP_TRUE, &handle), SLP_NOT_IMPLEMENTED);
-    EXPECT_EQ(handle, nullptr);
-    SLPClose(nullptr);
-    slp_agent agent;
-    const auto find = [](SLPHandle used, const char *type, SLPSrvURLCallback *callback) {
-        return SLPFindSrvs(used, type, nullptr, nullptr, callback, nullptr);
-    };
-    const auto accept = [](SLPHandle, const char *, unsigned short, SLPError, void *) {
-        return SLP_TRUE;
-    };
-    EXPECT_EQ(find(nullptr, "service:x", accept), SLP_PARAMETER_BAD);
-    EXPECT_EQ(find(&agent, nullptr, accept), SLP_PARAMETER_BAD);
-    EXPECT_EQ(find(&agent, "", accept), SLP_PARAMETER_BAD);
-    EXPECT_EQ(find(&agent, "service:x", nullptr), SLP_PARAMETER_BAD);
-}
