@@ -35,7 +35,7 @@ const std::string BOTH = KNOWN + ANSWERS;
 const std::string BY_AGENT = announced("10.9.1.1", "1,0,1,0");
 const std::string BY_ITSELF = announced("10.9.1.2", "1,1,0,0");
 const std::string ALONE = "net.slp.activeDADetection = false\n";
-const std::string CONFIGURED = "net.slp.DAAddresses = 10.9.0.50\n";
+const std::string CONFIGURED = "net.slp.DAAddresses = nobody, 10.9.0.50\n";
 
 std::string directory(const std::string &keys)
 {
@@ -75,7 +75,8 @@ const agent_case CASES[] = {
      "net.slp.DAAddresses = 10.9.0.10, 10.9.0.11, 10.9.0.12, 10.9.0.13, 10.9.0.50\n",
      BOTH + "device 10.9.0.10 count=4\n" + directory("slp.da.hidden"), BY_AGENT, ""},
     {"Overflow", ALONE,
-     overflowing("10.9.1.1", "slp.tcp slp.tcp.delay=5000") + overflowing("10.9.1.2", "slp.tcp") +
+     overflowing("10.9.1.1", "slp.tcp slp.tcp.delay=5000") +
+         overflowing("10.9.1.2", "slp.tcp slp.tcp.delay=300") +
          overflowing("10.9.1.3", "slp.tcp slp.da.tcp=short"),
      announced("10.9.1.1", "1,0,1,0") + announced("10.9.1.2", "1,1,1,0") +
          announced("10.9.1.3", "1,0,1,0"),
@@ -91,8 +92,9 @@ struct LabSlpAgentCase : testing::TestWithParam<agent_case> {
 TEST_P(LabSlpAgentCase, Lists)
 {
     const agent_case &c = GetParam();
-    const lab_result result =
-        devscout_in_lab({c.fleet, {}, {}, {{"slp.conf", c.configuration}}}, {"-s", "--slp"});
+    const lab_result result = devscout_in_lab(
+        {c.fleet, {}, {}, {{"slp.conf", c.configuration}, {"nsswitch.conf", "hosts: files\n"}}},
+        {"-s", "--slp"});
     EXPECT_EQ(sorted_devices(result.program.out), c.listed);
     EXPECT_EQ(asked(result.record), c.asked);
 }

@@ -90,13 +90,13 @@ TEST(Log, AppendsOrTruncatesAndWritesAtOnceInFlushMode)
         const char *closed;
     } cases[] = {
         {"APPEND_MODE=1\nLOG_LEVEL=0\nFLUSH_MODE=0\n", "old\n", "old\nline\n"},
-        {"FLUSH_MODE=0\n", "", "argv[0]=<a>\nargv[1]=<>\nline\n"},
-        {"FLUSH_MODE=1\n", "argv[0]=<a>\nargv[1]=<>\nline\n", "argv[0]=<a>\nargv[1]=<>\nline\n"},
+        {"FLUSH_MODE=0\n", "", "line\nargv[0]=<a>\nargv[1]=<>\n"},
+        {"FLUSH_MODE=1\n", "line\nargv[0]=<a>\nargv[1]=<>\n", "line\nargv[0]=<a>\nargv[1]=<>\n"},
     };
     for (const auto &c : cases) {
         files.open_with(c.content);
-        log_argv(1, 2, arguments);
         log_line("line");
+        log_argv(1, 2, arguments);
         EXPECT_EQ(content_of(files.plain), c.at_once) << c.content;
         log_close();
         EXPECT_EQ(log_printf(0, "x") + log_line("x") + log_trace("x") + log_xdump("x", 1, "x"), 0);

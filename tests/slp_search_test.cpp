@@ -19,7 +19,7 @@ TEST(SlpSearch, ConvergesUntilNobodyNewAnswers)
     // Repetitions that bring nobody new count anew when somebody has answered; the last one has
     // answered before, so the search is over all the same.
     EXPECT_EQ(
-        search("group 1: A@2 A@2; group 1 2:; group 1 2: AB@3; group 1 2,3:; group 1 2,3: C@2",
+        search("group 1: A@2 A@2; group 1 2:; group 1 2: AB@3 A@2; group 1 2,3:; group 1 2,3: C@2",
                "net.slp.multicastTimeouts = 200,200,200,200,200"),
         "A B C last 0");
 }
