@@ -112,8 +112,9 @@ ip: 10.9.1.1        slp: 0,0,0,0 snmp: 0,0,0 vendor: A dsc: "m"
 TEST(QuickSnmp, DescribesMoreDevicesThanAreProbedAtOnce)
 {
     constexpr char FLEET[] = R"(
-device 10.9.2.1 count=250 id="MFG:A;MDL:m%n;" id.fill=1400
-device 10.9.3.1 count=250 tcp=never
+device 10.9.2.1 count=60 id="MFG:A;MDL:m%n;" id.fill=2800
+device 10.9.3.1 count=130 tcp=never
+device 10.9.4.1 count=130 tcp=never
 device 10.9.1.1
 device 10.9.1.2 id="MFG:A;MDL:m;"
 device 10.9.1.3 id="" snmp.delay=60 model="a model name of more than thirty-one characters"
@@ -123,17 +124,17 @@ device - id6=::5:1 id="MFG:A;"
     // An IPv6 device is looked at once before there is anything to wait for.
     const auto describe = [&] {
         result = shell_in_lab({FLEET, {}, {}, {{"hosts", "10.9.1.1 mute\n"}}}, R"sh(
-"$0" --quick -R 10.9.{2,3}.{1..250} mute | sed -nE 's/^ip: 10.9.2.([0-9]+) .*"A m\1x*"$/described/p
-    s/^ip: 10.9.3.*unreachable/unreachable/p; s/^on_snmp_response.*/answered/p; /mute/p' | sort | uniq -c
+"$0" --quick -R 10.9.2.{1..60} 10.9.{3,4}.{1..130} mute | sed -nE 's/^ip: 10.9.2.([0-9]+) .*"A m\1x*"$/described/p
+    s/^ip: 10.9.[34].*unreachable/unreachable/p; s/^on_snmp_response.*/answered/p; /mute/p' | sort | uniq -c
 echo defaultport 1161 >/tmp/snmp.conf; SNMPCONFPATH=/tmp "$0" --quick -R 10.9.1.2 | grep '^ip: '
 "$0" --quick -R 10.9.1.3 | grep '^ip: '; export ASAN_OPTIONS=detect_leaks=0
 strace -e trace=ppoll "$0" --quick -R fd00:9::5:1 2>&1 | grep -c Timeout
 "$0" -R fd00:9::5:1 | grep '^ip: ')sh");
         return result.program.out;
     };
-    const std::string expected = R"(    250 answered
-    250 described
-    250 unreachable
+    const std::string expected = R"(     60 answered
+     60 described
+    260 unreachable
 ip: 10.9.1.3        dsc: " a model name of more than thirty-one characters"
 1
 ip: fd00:9::5:1     dsc: "A"
