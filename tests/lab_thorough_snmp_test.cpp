@@ -32,7 +32,8 @@ device 10.9.1.3 id="MFG:A;MDL:later;CLS:PRINTER;" snmp.delay=4700
 
 TEST(ThoroughSnmp, ListsNoIpv6AddressThatItsDeviceHasNot)
 {
-    constexpr char FLEET[] = R"(
+    const std::string fleet = "device - id6=::5:9 id=\"MFG:A;" + std::string(600, 'x') +
+                              R"(;MDL:long;CLS:PRINTER;"
 device 10.9.1.1 id6=::5:1 id="MFG:A;MDL:both;CLS:PRINTER,SCN;"
 device - id6=::5:2 from6=site id="MFG:A;MDL:site;CLS:PRINTER;"
 device - id6=::5:3 id="MFG:A;MDL:none;CLS:PRINTER;" snmp.on=broadcast
@@ -44,7 +45,7 @@ device - id6=::5:7 id="MFG:A;MDL:slow;CLS:PRINTER;" snmp.delay=900
     // No address but the one it answers from, on an interface whose name has room behind one alone.
     constexpr char ANNEX[] = "device - id6=::5:8 id=\"MFG:A;MDL:s;CLS:PRINTER;\"\n"
                              "device - id6=::1234:5678:9abc:def0 id=\"MFG:A;CLS:PRINTER;\"\n";
-    const lab_result result = shell_in_lab({FLEET, {"--loss", "5"}, {ANNEX}}, R"sh(
+    const lab_result result = shell_in_lab({fleet, {"--loss", "5"}, {ANNEX}}, R"sh(
 ip link set eth1 down name long-name-45678 && ip link set long-name-45678 up
 for i in {1..400}; do
     [[ $(ip link show long-name-45678) == *' state UP '* ]] && break; sleep 0.02
@@ -53,9 +54,11 @@ done; ip address add fe80::10:1/64 nodad dev long-name-45678
     EXPECT_EQ(sorted_devices(result.program.out),
               R"(ip: 2001:db8:9::5:1 slp: 0,0,0,0 snmp: 1,1,0 vendor: A dsc: "both"
 ip: 2001:db8:9::5:7 slp: 0,0,0,0 snmp: 0,0,0 vendor: A dsc: "slow"
+ip: 2001:db8:9::5:9 slp: 0,0,0,0 snmp: 0,0,0 vendor: A dsc: "long"
 ip: fd00:9::5:1     slp: 0,0,0,0 snmp: 1,1,0 vendor: A dsc: "both"
 ip: fd00:9::5:2     slp: 0,0,0,0 snmp: 0,0,0 vendor: A dsc: "site"
 ip: fd00:9::5:7     slp: 0,0,0,0 snmp: 0,0,0 vendor: A dsc: "slow"
+ip: fd00:9::5:9     slp: 0,0,0,0 snmp: 0,0,0 vendor: A dsc: "long"
 ip: fe80::1234:5678:9abc:def0%INDEX slp: 0,0,0,0 snmp: 0,0,0 vendor: A dsc: "A"
 ip: fe80::5:2%eth0  slp: 0,0,0,0 snmp: 0,0,0 vendor: A dsc: "site"
 ip: fe80::5:3%eth0  slp: 0,0,0,0 snmp: 0,0,0 vendor: A dsc: "none"
@@ -81,8 +84,10 @@ device 10.9.1.8 scan=foreign
 device 10.9.1.9 scan=short
 device 10.9.1.10 scan=silent
 )";
-    const lab_result result = shell_in_lab({FLEET}, R"sh(
+    const lab_result result = shell_in_lab({FLEET, {}, {}, {{"hosts", "10.9.1.10 mute\n"}}}, R"sh(
 "$0" --thorough -R 10.9.1.{2,4,6}
+echo "$(ASAN_OPTIONS=detect_leaks=0 strace -e trace=openat "$0" --thorough -I mute 2>&1 |
+    grep -c /etc/hosts) looks for a name"
 for host in 5 8 9 10; do "$0" --thorough -I 10.9.1.$host | grep -c '^a' & done | sort; wait
 nft 'add table ip t; add chain ip t o { type filter hook output priority 0; }
     add rule ip t o tcp dport 161 drop'
@@ -94,6 +99,7 @@ ip: 10.9.1.3         dsc: " " ERROR: Destination unreachable
 ip: 10.9.1.7        dsc: "Taliven PNE-1"
 ip: 10.9.1.5        slp: 0,0,0,0 snmp: 1,1,0 vendor: A dsc: "s"
 ip: 10.9.1.1        slp: 0,0,0,0 snmp: 0,0,0 vendor: A dsc: "m"
+1 looks for a name
 1
 0
 0
@@ -107,6 +113,19 @@ ip: 10.9.1.1        slp: 0,0,0,0 snmp: 0,0,0 vendor: A dsc: "m"
     EXPECT_GE(line_count(requests(result.record, "inquiry"), "10.9.1.10:9400 "), 4U);
     // That there is no such object is an answer.
     EXPECT_LE(line_count(requests(result.record, "snmp"), "10.9.1.2:161 "), 8U);
+}
+
+TEST(ThoroughSnmp, AddressesThatNobodyHasTakeNothingFromOthers)
+{
+    constexpr char FLEET[] = R"(
+device 10.9.2.1 count=150 tcp=never id="MFG:A;CLS:PRINTER;"
+device 10.9.4.1 count=20 id="MFG:A;CLS:PRINTER;" query.id.absent model="m" snmp.delay=180
+)";
+    const lab_result result = devscout_in_lab({FLEET}, {"--snmp", "--thorough"});
+    EXPECT_EQ(line_count(result.program.out, "ip: 10.9.4."), 20U);
+    EXPECT_EQ(lines_with(result.program.out, "ip: 10.9.2."), "");
+    EXPECT_EQ(lines_with(result.program.out, "ip: 10.9.4.20 "),
+              "ip: 10.9.4.20       slp: 0,0,0,0 snmp: 0,0,0 vendor: A dsc: \" m\"\n");
 }
 
 TEST(QuickSnmp, DescribesMoreDevicesThanAreProbedAtOnce)

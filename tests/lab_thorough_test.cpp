@@ -57,6 +57,14 @@ const thorough_case CASES[] = {
      2,
      {},
      ALONE + "multicastMaximumWait = 1200"},
+    {"SlpAsksHoweverLongItSearchedForAgents",
+     "--slp",
+     ONE,
+     1,
+     1 + 7,
+     1 + 7,
+     {},
+     "net.slp.DADiscoveryTimeouts = 10000\nnet.slp.DADiscoveryMaximumWait = 10000"},
 };
 
 struct LabThorough : testing::TestWithParam<thorough_case> {

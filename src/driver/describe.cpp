@@ -42,9 +42,10 @@ struct description_run {
     int debug_level;
     query_sessions sessions;
     described_device devices[AT_ONCE];
-    size_t under_way;                                             ///< of `devices`
-    size_t probed;                                                ///< of those
-    struct pollfd polled[1 + 2 + PROBES_AT_ONCE * PROBE_SOCKETS]; ///< output, sessions, probes
+    size_t under_way; ///< of `devices`
+    size_t probed;    ///< of those
+    /// output, sessions, probes
+    struct pollfd polled[1 + 2 * QUERY_SESSIONS_MAX + PROBES_AT_ONCE * PROBE_SOCKETS];
 };
 
 enum class beginning { under_way, done, postponed };

@@ -41,22 +41,37 @@ int connect_ipv6(const char *ip)
     return connection.release();
 }
 
-/// Begins a connection that does not block. Returns the socket, or -1 where there is none.
-int begin_connection(const char *ip)
+/// Where a device is inquired: of one family, the other one's is all zero.
+struct inquiry_target {
+    struct sockaddr_in ipv4;
+    struct sockaddr_in6 ipv6;
+};
+
+/// Looks a name up. Returns 0, or -1 where the text stands for no address.
+int find_target(const char *ip, inquiry_target *target)
 {
-    struct sockaddr_in6 ipv6 = {};
-    struct in_addr ipv4 = {};
+    *target = {};
     if (strchr(ip, ':') == nullptr) {
-        if (find_ipv4(ip, &ipv4) != 0)
-            return -1;
+        struct in_addr address = {};
+        const int found = find_ipv4(ip, &address);
+        target->ipv4 = ipv4_socket_address(address, INQUIRY_PORT);
+        return found;
+    }
+    const int read = read_ipv6(ip, &target->ipv6);
+    target->ipv6.sin6_port = htons(INQUIRY_PORT);
+    return read;
+}
+
+/// Begins a connection that does not block. Returns the socket, or -1 where there is none.
+int begin_connection(const inquiry_target &target)
+{
+    if (target.ipv6.sin6_family != AF_INET6) {
         const int socket_fd = open_tcp_socket();
         if (socket_fd >= 0)
-            begin_tcp_connection(socket_fd, ipv4_socket_address(ipv4, INQUIRY_PORT));
+            begin_tcp_connection(socket_fd, target.ipv4);
         return socket_fd;
     }
-    if (read_ipv6(ip, &ipv6) != 0)
-        return -1;
-    ipv6.sin6_port = htons(INQUIRY_PORT);
+    const struct sockaddr_in6 &ipv6 = target.ipv6;
     descriptor opened(socket(AF_INET6, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     if (opened.fd < 0 || keep_to_interface(opened.fd) != 0)
         return -1;
@@ -94,13 +109,16 @@ int inquire_thoroughly(const char *ip, uint8_t *block)
 {
     constexpr int64_t REPEAT_US = 150 * MICROSECONDS_PER_MILLISECOND;
     inquiry inquiries[WAITED_MAX] = {};
+    inquiry_target target;
+    if (find_target(ip, &target) != 0)
+        return 0;
     const int64_t end = monotonic_us() + MICROSECONDS_PER_SECOND;
     int64_t next = 0;
     size_t begun = 0;
     for (int64_t now = monotonic_us(); now < end; now = monotonic_us()) {
         if (now >= next) {
             inquiry &further = inquiries[begun++ % WAITED_MAX];
-            further.connection.reset(begin_connection(ip));
+            further.connection.reset(begin_connection(target));
             further.asked = false;
             next = now + REPEAT_US;
         }

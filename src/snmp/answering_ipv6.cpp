@@ -22,6 +22,8 @@ namespace
 /// The system repeats the search for a neighbour after a second only. Where 30 % of the packets get
 /// lost, one second finds 11 of 30 addresses, and this 29.
 constexpr int64_t BUDGET_US = 3500 * MICROSECONDS_PER_MILLISECOND;
+/// A device's packets wait in the socket while the system looks for it: too many would fill that.
+constexpr int64_t REPEAT_US = 250 * MICROSECONDS_PER_MILLISECOND;
 constexpr int64_t ALL_BUDGETS_US = 2 * BUDGET_US;
 constexpr size_t AT_ONCE = 1024;
 
@@ -81,7 +83,7 @@ bool is_same_device(const checked_address &address)
 {
     char model[DSC_SIZE];
     char vendor[VENDOR_SIZE];
-    const char *value = address.query.answers.device_id_value;
+    const char *value = address.query.identification;
     return classify_discovery_value(value) == CLASS_PRINTER &&
            parse_mfg_mdl(model, vendor, value) != 0 && strcmp(model, address.device->dsc) == 0 &&
            strcmp(vendor, address.device->vendor) == 0 &&
@@ -95,7 +97,6 @@ void ask_addresses(address_check *check)
     checked_address *const end = check->addresses + check->count;
     for (checked_address *a = check->addresses; a != end; ++a) {
         a->query = {};
-        // Sending blocks while some hundred packets wait for neighbours who are not there.
         a->waits = monotonic_us() < check->deadline_us;
         if (a->waits)
             begin_query(&a->query, &check->sessions, a->ip, {});
@@ -106,7 +107,7 @@ void ask_addresses(address_check *check)
         int64_t due = check->deadline_us;
         for (const checked_address *a = check->addresses; a != end; ++a)
             due = a->waits ? std::min(due, a->query.due_us) : due;
-        struct pollfd polled[2];
+        struct pollfd polled[2 * QUERY_SESSIONS_MAX];
         wait_or_end_any(polled, poll_queries(check->sessions, polled), due - monotonic_us());
         const int64_t now = monotonic_us();
         read_answers(check->sessions);
@@ -172,6 +173,7 @@ void list_answering_ipv6(device_list *devices)
 {
     static address_check check; // what the library still holds points into it
     check.sessions.budget_us = BUDGET_US;
+    check.sessions.repeat_us = REPEAT_US;
     check.sessions.objects = 1;
     check.deadline_us = monotonic_us() + ALL_BUDGETS_US;
     enumerate_interfaces(&check.interfaces);

@@ -11,7 +11,9 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <fcntl.h>
 #include <iterator>
+#include <sys/resource.h>
 #include <sys/socket.h>
 
 namespace
@@ -21,26 +23,52 @@ constexpr const char *OBJECTS[] = {IDENTIFICATION_OID, MODEL_NAME_OID, PRINTER_M
 constexpr size_t IDENTIFICATION = 0;
 constexpr size_t MODEL_NAME = 1;
 constexpr size_t PRINTER_MIB = 2;
-/// How often a request is repeated with --thorough. The library's time-out is a little shorter: it
-/// is always over as the next repetition is due.
-constexpr int64_t QUERY_REPEAT_US = 150 * MICROSECONDS_PER_MILLISECOND;
-constexpr int64_t LIBRARY_TIMEOUT_US = QUERY_REPEAT_US * 9 / 10;
+/// Packets for a neighbour who is not there stay in the socket's send buffer until the system gives
+/// up the search, after 3 s; when some hundred do, no request leaves. So with --thorough, which
+/// repeats its requests, a session serves so many devices, and is used again when their packets are
+/// gone. Each session takes a descriptor, of which this share may be used.
+constexpr size_t DEVICES_PER_SESSION = 32;
+constexpr rlim_t DESCRIPTOR_SHARE = 16;
+/// A request that found no room in the socket is tried again this often and this long.
+constexpr int64_t ROOM_RETRY_US = 20 * MICROSECONDS_PER_MILLISECOND;
+constexpr int64_t ROOM_PATIENCE_US = 4 * MICROSECONDS_PER_SECOND;
 static_assert(std::size(OBJECTS) == PRINTER_MIB + 1);
+
+size_t count_sessions()
+{
+    struct rlimit limit = {};
+    if (!g_thorough || getrlimit(RLIMIT_NOFILE, &limit) != 0)
+        return 1;
+    const auto share = std::min<rlim_t>(limit.rlim_cur / DESCRIPTOR_SHARE, QUERY_SESSIONS_MAX);
+    return std::max<size_t>(share, 1);
+}
+
+netsnmp_session *open_session(const query_sessions &sessions, bool ipv6)
+{
+    // A little shorter than the interval, the library's time-out is always over as the next
+    // repetition is due. The session is for no device of its own: each request names its own.
+    const auto repetitions = static_cast<int>(sessions.budget_us / sessions.repeat_us);
+    netsnmp_session *session =
+        snmp_open_session(ipv6 ? "udp6:[::]" : "0.0.0.0", ipv6, nullptr, nullptr,
+                          g_thorough ? repetitions : 0, sessions.repeat_us * 9 / 10);
+    if (session == nullptr)
+        return nullptr;
+    const int socket_fd = snmp_transport_of(session)->sock;
+    enlarge_receive_buffer(socket_fd);
+    // By IPv6 the library would wait for room.
+    fcntl(socket_fd, F_SETFL, fcntl(socket_fd, F_GETFL) | O_NONBLOCK);
+    return session;
+}
 
 /// Returns the session that the device is asked by, opened when there is none yet, or nullptr.
 netsnmp_session *session_for(device_query *query)
 {
     const bool ipv6 = query->device.sa.sa_family == AF_INET6;
-    netsnmp_session **session = ipv6 ? &query->sessions->ipv6 : &query->sessions->ipv4;
-    if (*session != nullptr)
-        return *session;
-    // The session is for no device of its own: each request names its own.
-    const auto repetitions = static_cast<int>(query->sessions->budget_us / QUERY_REPEAT_US);
-    *session = snmp_open_session(ipv6 ? "udp6:[::]" : "0.0.0.0", ipv6, nullptr, nullptr,
-                                 g_thorough ? repetitions : 0, LIBRARY_TIMEOUT_US);
-    if (*session != nullptr)
-        enlarge_receive_buffer(snmp_transport_of(*session)->sock);
-    return *session;
+    netsnmp_session **sessions = query->sessions->all + (ipv6 ? QUERY_SESSIONS_MAX : 0);
+    netsnmp_session *&session = sessions[query->turn / DEVICES_PER_SESSION % count_sessions()];
+    if (session == nullptr)
+        session = open_session(*query->sessions, ipv6);
+    return session != nullptr ? session : sessions[0];
 }
 
 /// Makes a request go to the device, whatever address the session was opened for. Returns whether
@@ -74,7 +102,9 @@ bool take_value(device_query *query, const netsnmp_variable_list *variable)
     getdesc_answers &answers = query->answers;
     char *text = answers.device_id_value;
     size_t size = sizeof answers.device_id_value;
-    if (query->object == MODEL_NAME) {
+    if (query->object == IDENTIFICATION) {
+        snmp_value_text(variable, query->identification, sizeof query->identification);
+    } else if (query->object == MODEL_NAME) {
         text = answers.model_name_value;
         size = sizeof answers.model_name_value;
     } else if (query->object == PRINTER_MIB) {
@@ -119,6 +149,7 @@ int on_query_answer(int operation, netsnmp_session *, int request_id, netsnmp_pd
 bool ask(device_query *query)
 {
     query->request_id = 0;
+    query->unsent = false;
     errno = EINVAL;
     netsnmp_session *session =
         query->device.sa.sa_family == AF_UNSPEC ? nullptr : session_for(query);
@@ -134,14 +165,17 @@ bool ask(device_query *query)
     if (request != nullptr && address_request(request, query->device))
         query->request_id =
             snmp_sess_async_send(snmp_sess_pointer(session), request, on_query_answer, query);
-    if (query->request_id == 0) {
-        printf("# ERROR: snmp_send failed [getdesc], %s\n", strerror(errno));
-        snmp_free_pdu(request);
-        return false;
-    }
     const int64_t now = monotonic_us();
+    if (query->request_id == 0) {
+        query->unsent = (errno == EAGAIN || errno == ENOBUFS) && now < query->give_up_us;
+        query->due_us = now + ROOM_RETRY_US;
+        if (!query->unsent)
+            printf("# ERROR: snmp_send failed [getdesc], %s\n", strerror(errno));
+        snmp_free_pdu(request);
+        return query->unsent;
+    }
     query->deadline_us = now + query->sessions->budget_us;
-    query->due_us = g_thorough ? now + QUERY_REPEAT_US : query->deadline_us;
+    query->due_us = g_thorough ? now + query->sessions->repeat_us : query->deadline_us;
     return true;
 }
 
@@ -162,7 +196,7 @@ bool choose_next(device_query *query)
 
 query_sessions::~query_sessions()
 {
-    for (netsnmp_session *session : {ipv4, ipv6}) {
+    for (netsnmp_session *session : all) {
         if (session != nullptr)
             snmp_close(session);
     }
@@ -172,6 +206,8 @@ void begin_query(device_query *query, query_sessions *sessions, const char *ip, 
 {
     *query = {};
     query->sessions = sessions;
+    query->turn = sessions->begun++;
+    query->give_up_us = monotonic_us() + ROOM_PATIENCE_US;
     if (strchr(ip, ':') == nullptr)
         query->device.sin = ipv4_socket_address(ipv4, 0);
     else if (read_ipv6(ip, &query->device.sin6) != 0)
@@ -181,10 +217,12 @@ void begin_query(device_query *query, query_sessions *sessions, const char *ip, 
 
 query_state step_query(device_query *query, int64_t now_us)
 {
+    if (query->unsent && (now_us < query->due_us || ask(query)))
+        return query_state::waiting;
     if (query->request_id != 0 && now_us < query->deadline_us) {
         if (now_us >= query->due_us) {
             query->sessions->repetition_due = true;
-            query->due_us = std::min(now_us + QUERY_REPEAT_US, query->deadline_us);
+            query->due_us = std::min(now_us + query->sessions->repeat_us, query->deadline_us);
         }
         return query_state::waiting;
     }
@@ -197,7 +235,7 @@ query_state step_query(device_query *query, int64_t now_us)
 
 void read_answers(const query_sessions &sessions)
 {
-    for (netsnmp_session *session : {sessions.ipv4, sessions.ipv6}) {
+    for (netsnmp_session *session : sessions.all) {
         if (session != nullptr)
             snmp_read_arrived(session);
     }
@@ -205,7 +243,7 @@ void read_answers(const query_sessions &sessions)
 
 void send_repetitions(query_sessions *sessions)
 {
-    for (netsnmp_session *session : {sessions->ipv4, sessions->ipv6}) {
+    for (netsnmp_session *session : sessions->all) {
         if (session != nullptr && sessions->repetition_due)
             snmp_sess_timeout(snmp_sess_pointer(session));
     }
@@ -215,7 +253,7 @@ void send_repetitions(query_sessions *sessions)
 size_t poll_queries(const query_sessions &sessions, struct pollfd *polled)
 {
     size_t count = 0;
-    for (netsnmp_session *session : {sessions.ipv4, sessions.ipv6}) {
+    for (netsnmp_session *session : sessions.all) {
         if (session != nullptr)
             polled[count++] = {snmp_transport_of(session)->sock, POLLIN, 0};
     }

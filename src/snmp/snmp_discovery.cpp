@@ -27,7 +27,6 @@ namespace
 constexpr struct timeval QUIET_TIME = {2, 0};
 constexpr int MAX_COLLECTIONS = 2; ///< the second one only when the first read nothing
 
-constexpr size_t VALUE_TEXT_SIZE = 1024;
 constexpr size_t TRANSPORT_TEXT_SIZE = 256;
 constexpr char SCANNER_WORD[] = "SCN";
 
@@ -102,7 +101,7 @@ void record_printer(discovery_context *discovery, const char *ip, const char *va
 void read_variable(discovery_context *discovery, const netsnmp_variable_list *variable,
                    const char *transport_text, unsigned zone)
 {
-    char value[VALUE_TEXT_SIZE];
+    char value[IDENTIFICATION_SIZE];
     snmp_value_text(variable, value, sizeof value);
     char model[DSC_SIZE];
     char vendor[VENDOR_SIZE];

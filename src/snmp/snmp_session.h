@@ -15,6 +15,7 @@
 
 /// The device's identification string, keys and values in the manner of IEEE 1284.
 constexpr char IDENTIFICATION_OID[] = "1.3.6.1.4.1.40981.11.5.1.1.1.26.0";
+constexpr size_t IDENTIFICATION_SIZE = 1024; ///< what discovery reads of it
 constexpr char MODEL_NAME_OID[] = "1.3.6.1.4.1.40981.11.5.1.1.1.1.0";
 /// Printer MIB (RFC 3805), general table, column 5 of printer 1.
 constexpr char PRINTER_MIB_OID[] = "1.3.6.1.2.1.43.5.1.1.5.1";

@@ -35,6 +35,8 @@ constexpr int64_t TCP_WAIT_US = 5 * MICROSECONDS_PER_SECOND;
 /// The most that all configured directory agents together may take. Those that were found by
 /// multicast, where anybody can answer, may take as long as the multicast search would.
 constexpr int64_t CONFIGURED_AGENTS_WAIT_US = 15 * MICROSECONDS_PER_SECOND;
+/// Time for each wait by UDP, however long the search for the agents took.
+constexpr int64_t FOUND_AGENTS_LEAST_US = 3750 * MICROSECONDS_PER_MILLISECOND;
 
 /// What became of the questions to one agent.
 constexpr int QUERY_FAILED = -1; ///< an error, no answer, or a socket that cannot be used
@@ -299,11 +301,14 @@ void take_turn(agents_search *search, const agent_query &query)
         search->unserved = slp_scopes_without(search->unserved, agent.scopes);
 }
 
-int64_t agents_wait_us(const slp_properties &properties)
+int64_t agents_deadline_us(const slp_properties &properties, const slp_results &results)
 {
+    const int64_t now_us = monotonic_us();
     if (!properties.da_addresses.empty())
-        return CONFIGURED_AGENTS_WAIT_US;
-    return properties.multicast_maximum_wait * MICROSECONDS_PER_MILLISECOND;
+        return now_us + CONFIGURED_AGENTS_WAIT_US;
+    const int64_t most_us = properties.multicast_maximum_wait * MICROSECONDS_PER_MILLISECOND;
+    const int64_t least_us = std::min(most_us, FOUND_AGENTS_LEAST_US);
+    return std::max(now_us + least_us, std::min(results.agents_deadline_us, now_us + most_us));
 }
 
 void begin_query(const agents_search &search, const directory_agent &agent, agent_query *query)
@@ -326,14 +331,13 @@ std::string slp_ask_directory_agents(const slp_settings &settings, const slp_req
 {
     const std::vector<directory_agent> agents = find_directory_agents(settings, request);
     // Adverts are asked for without scopes: an agent of any shall say which it serves.
-    agents_search search = {
-        settings,
-        request,
-        results,
-        directory_agent_request(request, ""),
-        std::min(results->deadline_us, monotonic_us() + agents_wait_us(settings.properties)),
-        request.scopes,
-        std::vector<agent_query>(agents.size())};
+    agents_search search = {settings,
+                            request,
+                            results,
+                            directory_agent_request(request, ""),
+                            agents_deadline_us(settings.properties, *results),
+                            request.scopes,
+                            std::vector<agent_query>(agents.size())};
     for (size_t i = 0; i < agents.size(); ++i)
         begin_query(search, agents[i], &search.queries[i]);
     while (search.turn < agents.size() && !search.unserved.empty() &&

@@ -27,6 +27,9 @@ constexpr int64_t OVERFLOWED_WAIT_US = 2 * MICROSECONDS_PER_SECOND;
 /// requests alone, so these come at regular waits, unless the properties say how long to wait.
 constexpr int THOROUGH_IDLE_REPETITIONS = 6;
 constexpr int32_t THOROUGH_WAIT_MS = 500;
+/// What directory agents leave to the multicast search at least.
+constexpr int64_t THOROUGH_LEAST_US =
+    (1 + THOROUGH_IDLE_REPETITIONS) * THOROUGH_WAIT_MS * MICROSECONDS_PER_MILLISECOND;
 
 bool is_control(char character)
 {
@@ -95,6 +98,17 @@ void ask_overflowed(const slp_settings &settings, datagram_search &search)
     }
 }
 
+/// Agents and waits that the configuration names take the time they take, and nothing from what
+/// follows them: no search finds less than one that is not thorough.
+void leave_time_for_multicast(const slp_properties &properties, slp_results *results)
+{
+    const int64_t least_us = properties.is_multicast_wait_set
+                                 ? properties.multicast_maximum_wait * MICROSECONDS_PER_MILLISECOND
+                                 : THOROUGH_LEAST_US;
+    results->deadline_us =
+        std::max(results->deadline_us, monotonic_us() + least_us + OVERFLOWED_WAIT_US);
+}
+
 slp_patience patience_of(const slp_properties &properties, int64_t deadline_us)
 {
     slp_patience patience = {properties.multicast_timeouts, properties.multicast_maximum_wait,
@@ -138,12 +152,16 @@ void slp_results_add(slp_results *results, const slp_service_reply &reply, size_
 SLPError slp_search_services(const slp_settings &settings, const slp_request &request,
                              slp_results *results)
 {
-    if (g_thorough)
+    if (g_thorough) {
         results->deadline_us = monotonic_us() + THOROUGH_MOST_US;
+        results->agents_deadline_us = results->deadline_us - OVERFLOWED_WAIT_US - THOROUGH_LEAST_US;
+    }
     slp_request unserved = request;
     unserved.scopes = slp_ask_directory_agents(settings, request, results);
     if (unserved.scopes.empty() || slp_results_complete(*results))
         return SLP_OK;
+    if (g_thorough)
+        leave_time_for_multicast(settings.properties, results);
     datagram_search search = {unserved, results, {}, {}};
     const SLPError code =
         slp_converge(settings, unserved, patience_of(settings.properties, results->deadline_us),

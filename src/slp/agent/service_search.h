@@ -23,10 +23,11 @@ struct slp_results {
     SLPHandle handle;
     SLPSrvURLCallback *callback;
     void *cookie;
-    size_t most;                          ///< URLs after which the search is over
-    std::unordered_set<std::string> seen; ///< the URLs handed over
-    bool refused;                         ///< the callback wants no more calls
-    int64_t deadline_us = INT64_MAX;      ///< of the whole search (monotonic)
+    size_t most;                            ///< URLs after which the search is over
+    std::unordered_set<std::string> seen;   ///< the URLs handed over
+    bool refused;                           ///< the callback wants no more calls
+    int64_t deadline_us = INT64_MAX;        ///< of the whole search (monotonic)
+    int64_t agents_deadline_us = INT64_MAX; ///< of the questions to agents found by multicast
 };
 
 /// Tells whether the search is over: enough URLs, or a callback that wants no more.
