@@ -262,11 +262,12 @@ devscout: a firewall must let in UDP from ports 161, 427 and 6000
 devscout: devices of another SNMP community or another network stay unseen
 )";
     const std::string unreached = "devscout: devices that packets did not reach: --thorough\n";
-    // Besides eth0 there are interfaces without IPv6 whose names have 15 characters.
+    // Besides eth0 there are interfaces without IPv6: names of 15 characters, then short ones.
     const lab_result result = shell_in_lab({""}, R"sh(
 echo 1 >/proc/sys/net/ipv6/conf/default/disable_ipv6
 for i in a c; do ip link add ${i}23456789012345 type veth peer name ${i}xxxxxxxxxxxxxx; done
-long=$(echo {a,c}{23456789012345,xxxxxxxxxxxxxx})
+ip link add e1 type veth peer name e2
+long=$(echo {a,c}{23456789012345,xxxxxxxxxxxxxx} e1 e2)
 for i in $long; do
     ip address add 10.77.$((++n)).1/24 dev $i; ip link set $i up
 done

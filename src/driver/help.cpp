@@ -71,11 +71,13 @@ bool asks_for_scanners(const run_settings &settings)
 void append_name(const host_interface &interface, char (&names)[NAMES_SIZE])
 {
     constexpr char MORE[] = ", ...";
+    if (strstr(names, MORE) != nullptr)
+        return;
     char name[IF_NAMESIZE + 2] = "";
     snprintf(name, sizeof name, "%s%s", names[0] != '\0' ? ", " : "", interface.name);
     if (strlen(names) + strlen(name) + sizeof MORE <= sizeof names)
         append_text(names, name, sizeof names);
-    else if (strstr(names, MORE) == nullptr)
+    else
         append_text(names, MORE, sizeof names);
 }
 
