@@ -107,7 +107,7 @@ TEST(LabSlpAgent, AsksTheInterfacesThatAreNamedAndTellsWhatCannotBeAsked)
     const struct {
         std::string interfaces;
         const char *listed, *told;
-        std::vector<std::string> words = {"-s", "--slp"};
+        const char *words = "-s --slp";
     } cases[] = {
         {"eth1", "10.10.1.1", ""},
         {"eth1\nnet.slp.MTU = 128\nnet.slp.useScopes = " + std::string(60, 's'), "",
@@ -117,22 +117,21 @@ TEST(LabSlpAgent, AsksTheInterfacesThatAreNamedAndTellsWhatCannotBeAsked)
         {"eth", "",
          "# ERROR: net.slp.interfaces: no interface has eth\n"
          "# ERROR: slp search failed, Network is unreachable\n"},
-        {"eth1",
-         "",
-         "# ERROR: slp search failed, Network is unreachable\n",
-         {"-s", "--interface", "eth0", "--slp"}},
+        {"eth1", "", "# ERROR: slp search failed, Network is unreachable\n",
+         "-s --interface eth0 --slp"},
     };
     const std::string keys = " slp.url=\"service:printer:lpr://%a\"\n";
     for (const auto &c : cases) {
         const lab_result result =
-            devscout_in_lab({"device 10.9.1.1" + keys,
-                             {},
-                             {"device 10.10.1.1" + keys},
-                             {{"slp.conf", ALONE + "net.slp.interfaces = " + c.interfaces}}},
-                            c.words);
+            shell_in_lab({"device 10.9.1.1" + keys,
+                          {},
+                          {"device 10.10.1.1" + keys},
+                          {{"slp.conf", ALONE + "net.slp.interfaces = " + c.interfaces}}},
+                         std::string("ip address add 10.11.0.1/16 dev eth1; \"$0\" ") + c.words);
         EXPECT_EQ(sorted_devices(result.program.out),
                   c.listed[0] != '\0' ? announced(c.listed, "1,0,1,0") : "");
         EXPECT_EQ(lines_with(result.program.out, "# ERROR"), c.told);
-        EXPECT_EQ(line_count(result.records.at("eth1"), ""), c.listed[0] != '\0' ? 3U : 0U);
+        EXPECT_EQ(line_count(result.records.at("eth1"), ""), c.listed[0] != '\0' ? 2 * 3U : 0U)
+            << "three requests in each of two subnets";
     }
 }
