@@ -45,25 +45,15 @@ struct host {
 };
 
 const host HOSTS[] = {
-    {"TwoInterfaces", "eth0,eth1", {}},
     {"AllKinds", "bridge0,unplugged0,eth1,tunnel0,down0,eth0", {}},
     {"AllKindsWithoutARoute", "bridge0,tunnel0,eth0,eth1,unplugged0,down0", {"--no-route"}},
     {"OrdinaryUser", "bridge0,eth1,eth0", {"--no-route", "--no-capabilities"}},
 };
 
-/// Expects so many of each method's requests in a record.
-void expect_asked(const std::string &record, size_t times)
-{
-    EXPECT_EQ(line_count(requests(record, "nodeq"), "255.255.255.255:6000 "), times) << record;
-    EXPECT_EQ(line_count(requests(record, "snmp"), "255.255.255.255:161 "), times) << record;
-    EXPECT_EQ(line_count(requests(record, "snmp"), "[ff02::1]:161 "), times) << record;
-}
-
 constexpr char LIBSLP_STOPS[] =
     "libslp ends its search at the first interface that refuses to send";
 
-class Hosts : public testing::TestWithParam<host>
-{
+struct Hosts : testing::TestWithParam<host> {
 };
 
 /// What a run tells on standard error, and the shell command that makes it.
@@ -75,7 +65,6 @@ struct failing_run {
 };
 
 const failing_run FAILING_RUNS[] = {
-    {"NoIpv6", R"("$0")", "", {"--no-ipv6"}},
     {"NoIpv6AndNothingElse",
      R"("$0" --snmp6)",
      "devscout: snmp6: Cannot assign requested address\n",
@@ -94,11 +83,6 @@ devscout: snmp: Network is unreachable
 devscout: snmp6: Network is unreachable
 devscout: nodeq: Network is unreachable
 )"},
-    {"SendingRefused",
-     R"(nft 'table ip t { chain c { type filter hook output priority 0; udp dport 6000 drop; }; }'
-        "$0")",
-     "devscout: nodeq: Operation not permitted\n"},
-    {"NetlinkRefused", R"("$1" netlink "$0")", ""},
     {"InterfacesRefused", R"("$1" netlink,ifconf "$0" --slp --nodeq)",
      "devscout: the interfaces cannot be listed: Operation not permitted\n"},
     {"Ipv6Refused", R"("$1" ipv6 "$0")",
@@ -114,8 +98,7 @@ devscout: the report cannot be written: No space left on device
 )"},
 };
 
-class Failures : public testing::TestWithParam<failing_run>
-{
+struct Failures : testing::TestWithParam<failing_run> {
 };
 
 } // namespace
@@ -137,7 +120,11 @@ TEST_P(Hosts, AreAskedOnceOnEachInterfaceAndListedWhole)
     EXPECT_EQ(records.count("eth1"), 1U);
     for (const auto &[interface, record] : records) {
         if (interface[0] == 'e') {
-            expect_asked(record, 2); // both rounds of nodeq; SNMP's request and its repetition
+            // Both rounds of nodeq; SNMP's request and its repetition.
+            for (const auto &[protocol, target] : {std::pair("nodeq", "255.255.255.255:6000 "),
+                                                   {"snmp", "255.255.255.255:161 "},
+                                                   {"snmp", "[ff02::1]:161 "}})
+                EXPECT_EQ(line_count(requests(record, protocol), target), 2U) << record;
             EXPECT_EQ(requests(record, "slp"), requests(result.record, "slp"));
         } else { // a tunnel, where whatever is sent is recorded
             EXPECT_EQ(requests(record, "tunnel"), "");
@@ -148,19 +135,6 @@ TEST_P(Hosts, AreAskedOnceOnEachInterfaceAndListedWhole)
 INSTANTIATE_TEST_SUITE_P(Lab, Hosts, testing::ValuesIn(HOSTS),
                          [](const auto &instance) { return instance.param.name; });
 
-TEST(Lab, AsksOnceThroughInterfacesOfManyAddressesAndThroughBridges)
-{
-    const lab_result result = shell_in_lab({HALL, {"--no-route"}, {ANNEX}}, R"sh(
-ip address add 10.9.0.8/16 broadcast + label eth0:1 dev eth0 &&
-    ip address add 10.9.0.9/16 broadcast + dev eth0 && ip link add name br0 type bridge &&
-    ip link set eth1 master br0 && ip address add 10.10.0.8/16 broadcast + dev br0 &&
-    ip address add fe80::10:8/64 nodad dev br0 && ip link set br0 up
-for i in {1..200}; do [[ $(ip link show br0) == *' state UP '* ]] && break; sleep 0.02; done
-exec "$0" -s --nodeq --snmp --snmp6)sh");
-    expect_asked(result.record, 2);
-    expect_asked(result.records.at("eth1"), 2);
-}
-
 TEST(Lab, GoesOnWithTheOtherInterfaceWhereOneRefusesToSend)
 {
     if (SLP_IS_AGENT == 0)
@@ -170,9 +144,7 @@ TEST(Lab, GoesOnWithTheOtherInterfaceWhereOneRefusesToSend)
 type filter hook output priority 0; oifname $1 drop; }; }" && "$0")",
                                                refusing);
         const std::string &out = result.program.out;
-        EXPECT_EQ(line_count(out, "ip: 10.9.1."), refusing == "eth0" ? 0U : 3U) << out;
-        EXPECT_EQ(line_count(out, "ip: 10.10.1."), refusing == "eth0" ? 3U : 0U) << out;
-        EXPECT_EQ(line_count(out, "# Total 5 printers found"), 1U) << out;
+        EXPECT_EQ(sorted_devices(out), sorted_devices(refusing == "eth0" ? IN_ANNEX : IN_HALL));
         EXPECT_EQ(out.find("rror"), std::string::npos) << out;
     }
 }
@@ -195,22 +167,6 @@ TEST_P(Failures, AreToldOnStandardError)
 
 INSTANTIATE_TEST_SUITE_P(Lab, Failures, testing::ValuesIn(FAILING_RUNS),
                          [](const auto &instance) { return instance.param.name; });
-
-TEST(Lab, FindsTheSameUnderEveryLocale)
-{
-    constexpr char FLEET[] = R"(device 10.9.1.1 id="MFG:Taliven;MDL:QD-77 Series;CLS:Printer;"
-device 10.9.1.2 id="mfg:taliven;mdl:qd-77 series;cls:printer;"
-device 10.9.1.3 id="MFG:Orvel;CLS:Printer;" query.id="" model="brightmoor 3"
-)";
-    const lab_result result = shell_in_lab({FLEET}, R"sh(
-localedef -i tr_TR -f UTF-8 /tmp/tr_TR.UTF-8 >&2 && LOCPATH=/tmp LC_ALL=tr_TR.UTF-8 "$0" --snmp)sh");
-    EXPECT_EQ(result.program.status, 0) << result.program.err;
-    EXPECT_EQ(sorted_devices(result.program.out),
-              R"(ip: 10.9.1.1        slp: 0,0,0,0 snmp: 0,0,0 vendor: Taliven dsc: "QD-77 Series"
-ip: 10.9.1.2        slp: 0,0,0,0 snmp: 0,0,0 vendor: taliven dsc: "qd-77 series"
-ip: 10.9.1.3        slp: 0,0,0,0 snmp: 0,0,0 vendor: Orvel dsc: "Orvel brightmoor 3"
-)");
-}
 
 TEST(Lab, FindsAllBehindAFirewallThatLetsTheAnswersIn)
 {

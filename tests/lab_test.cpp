@@ -10,14 +10,14 @@ namespace
 {
 
 constexpr char OFFICE[] = R"(
-device 10.9.1.1 id="MFG:Taliven;MDL:QD-77 Series;CLS:PRINTER;" nodeq.a=LOBBY
+device 10.9.1.1 id="mfg:taliven;mdl:qd-77 series;cls:printer;" nodeq.a=LOBBY
 device 10.9.1.2 id="MFG:Orvel Ltd;CLS:PRINTER;" query.id="MFG:Orvel Ltd;MDL:B5;" nodeq.a=HALL
 device 10.9.1.3 id="MFG:Ramo;CLS:PRINTER" query.id.absent model="4702d" mib=""
 device 10.9.1.4 nodeq.a=ARCHIVE nodeq.b="line\nip: 10.9.9.9"
 device 10.9.1.5 id="MFG:Quilla;MDL:Q;CLS:PRINTER;" tcp=never
 device - id6=::5:1 id="MFG:Pemberk;CLS:PRINTER;" query.id="" model="Folio"
-device 10.9.1.6 id="MFG:Ramo;MDL:S6;CLS:PRINTER,SCN;" scan=whole
-device 10.9.1.7 id="MFG:Ramo;MDL:S7;CLS:PRINTER,SCN;" scan=foreign
+device 10.9.1.6 id="MFG:Ramo;MDL:S6;CLS:PRINTER,SCN;"
+device 10.9.1.7 id="MFG:Orvel;CLS:Printer;" query.id="" model="brightmoor 3"
 device 10.9.1.8 slp.url="service:printer:lpr://%a:515/q" slp.url="service:printer:ipp://%a"
 device 10.9.1.9 id="MFG:Taliven;MDL:Disk;CLS:STORAGE;"
 )";
@@ -26,16 +26,19 @@ device 10.9.1.9 id="MFG:Taliven;MDL:Disk;CLS:STORAGE;"
 
 TEST(Lab, ReportsTheWholeOffice)
 {
-    const lab_result result = devscout_in_lab({OFFICE, {"--snmpd"}}, {});
-    EXPECT_EQ(result.program.status, 0);
+    // The locale has other capitals; the descriptors are beyond what select() takes.
+    const lab_result result = shell_in_lab({OFFICE, {"--snmpd"}}, R"sh(
+localedef -i tr_TR -f UTF-8 /tmp/tr_TR.UTF-8 >&2 && export LOCPATH=/tmp LC_ALL=tr_TR.UTF-8
+ulimit -n 4096; for i in {3..1200}; do eval "exec $i</dev/null"; done; exec "$0")sh");
+    EXPECT_EQ(result.program.status, 0) << result.program.err;
     EXPECT_EQ(sorted_devices(result.program.out),
               R"(ip: 10.9.0.161      slp: 0,0,0,0 snmp: 0,0,0 vendor: Taliven dsc: "QD-77 Series"
-ip: 10.9.1.1        slp: 0,0,0,0 snmp: 0,0,0 vendor: Taliven dsc: "QD-77 Series [LOBBY]"
+ip: 10.9.1.1        slp: 0,0,0,0 snmp: 0,0,0 vendor: taliven dsc: "qd-77 series [LOBBY]"
 ip: 10.9.1.2        slp: 0,0,0,0 snmp: 0,0,0 vendor: Orvel dsc: "Orvel B5 [HALL]"
 ip: 10.9.1.3        slp: 0,0,0,0 snmp: 0,0,0 vendor: Ramo dsc: "RAMO 4702d"
 ip: 10.9.1.4        slp: 0,0,0,0 snmp: 0,0,0 vendor:  dsc: " [ARCHIVE] line ip: 10.9.9.9"
 ip: 10.9.1.6        slp: 0,0,0,0 snmp: 1,1,0 vendor: Ramo dsc: "S6"
-ip: 10.9.1.7        slp: 0,0,0,0 snmp: 1,1,0 vendor: Ramo dsc: "S7"
+ip: 10.9.1.7        slp: 0,0,0,0 snmp: 0,0,0 vendor: Orvel dsc: "Orvel brightmoor 3"
 ip: 10.9.1.8        slp: 1,1,1,0 snmp: 0,0,0 vendor:  dsc: ""
 ip: 2001:db8:9::161 slp: 0,0,0,0 snmp: 0,0,0 vendor: Taliven dsc: "QD-77 Series"
 ip: 2001:db8:9::5:1 slp: 0,0,0,0 snmp: 0,0,0 vendor: Pemberk dsc: " Folio"
@@ -49,8 +52,6 @@ TEST(Lab, RunsEveryMethodInTurn)
 {
     constexpr char FLEET[] = R"(
 device 10.9.1.1 id6=::1:1 id="MFG:A;MDL:m;CLS:PRINTER" nodeq.a=ABC slp.url="service:printer:lpr://%a"
-device - id6=::2:1 from6=site id="MFG:A;MDL:site;CLS:PRINTER"
-device - id6=::3:1 from6=global id="MFG:A;MDL:global;CLS:PRINTER"
 )";
     const lab_result result = devscout_in_lab(
         {FLEET}, {"-s", "--time", "--nodeq", "--nodeq6", "--slp", "--snmp", "--snmp6"});
@@ -68,10 +69,6 @@ device - id6=::3:1 from6=global id="MFG:A;MDL:global;CLS:PRINTER"
               R"(ip: 10.9.1.1        slp: 1,0,1,0 snmp: 0,0,0 vendor: A dsc: "m"
 ip: 2001:db8:9::1:1 slp: 0,0,0,0 snmp: 0,0,0 vendor: A dsc: "m"
 ip: fd00:9::1:1     slp: 0,0,0,0 snmp: 0,0,0 vendor: A dsc: "m"
-ip: fd00:9::2:1     slp: 0,0,0,0 snmp: 0,0,0 vendor: A dsc: "site"
-ip: fd00:9::3:1     slp: 0,0,0,0 snmp: 0,0,0 vendor: A dsc: "global"
-ip: fe80::2:1       slp: 0,0,0,0 snmp: 0,0,0 vendor: A dsc: "site"
-ip: fe80::3:1       slp: 0,0,0,0 snmp: 0,0,0 vendor: A dsc: "global"
 )");
     EXPECT_EQ(line_count(requests(result.record, "nodeq"), "255.255.255.255:6000 "), 2U)
         << "over IPv6 nothing is sent: " << result.record;
@@ -79,16 +76,6 @@ ip: fe80::3:1       slp: 0,0,0,0 snmp: 0,0,0 vendor: A dsc: "global"
     EXPECT_THAT(requests(result.record, "snmp"),
                 testing::MatchesRegex("(255.255.255.255:161 [0-9]+ 30..020100[^\n]+\n){2}"
                                       "([[]ff02::1]:161 [0-9]+ 30..020101[^\n]+\n){2}"));
-}
-
-TEST(Lab, CarriesOnWithoutNetwork)
-{
-    const lab_result result =
-        shell_in_lab({OFFICE}, "ip link set eth0 down; exec \"$0\" -s --snmp --nodeq");
-    const std::string &out = result.program.out;
-    EXPECT_EQ(line_count(out, "ERROR: nodeq detection failed: Network is unreachable"), 1U) << out;
-    EXPECT_EQ(line_count(out, "# ERROR: snmp_send failed, Network is unreachable"), 1U) << out;
-    EXPECT_EQ(result.program.err, "");
 }
 
 TEST(Lab, LogsOnlyWhereItIsAsked)
@@ -101,11 +88,13 @@ echo APPEND_MODE=1 >devscout_snmp.lcf; echo before >devscout_snmp.log
 "$0" -c "it's" --snmp --snmp6 >out; ls -- *.log; sed -E 's/ <.*devscout'"'?"' / </; s/: 20.*/: 20/' devscout.log
 sed -n 's/: 20.*/: 20/; 1,2p' devscout_snmp.log
 grep -c received devscout_snmp.log
-sed -E '1,2d; $d; s/^2[^:]*(:[^:]*){2}:/:/; s/[0-9]+ sec.*//' devscout_snmp.log | awk '!seen[$0]++' # each kind
+sed -E 's/^2[^:]*(:[^:]*){2}:/:/; s/[0-9]+ sec.*//' devscout_snmp.log | awk '/=/ && !seen[$0]++' # each value
 echo LOG_LEVEL=3 >devscout_snmp.lcf; rm devscout.log; mkdir devscout.log
 "$0" -c "it's" --snmp 2>&1 >out; grep -A1 received devscout_snmp.log | grep -oE ':received|04 04 .*27 .*73 a2'
 awk '/received/ { left = $(NF - 1) } /^0000/ { left -= split(substr($0, 9, 50), bytes) } END { print left " not dumped" }' devscout_snmp.log
-grep -c '^ip: 10.9.1.1 ' out)sh");
+grep -c '^ip: 10.9.1.1 ' out; rmdir devscout.log
+# Without standard streams the log must not take the place of the standard output.
+"$0" -c "it's" -s --time --snmp <&- >&-; echo $?; grep -c '^INFO: 20' devscout_snmp.log; grep '^# ' devscout_snmp.log)sh");
     EXPECT_EQ(result.program.out, R"(devscout.log
 devscout_snmp.log
 INFO: 20
@@ -117,33 +106,22 @@ INFO: 20
 before
 INFO: 20
 0
-:discover_using_netsnmp
-:do_one_poll
-:snmp_send
-:sess_collect_responses
-:sess_select_response
-:	tv0: 
 :snmp_sess_select_info: timeout_snmp: block=0 
-:select
 :	ready=1
-:	tv: 
 :have_more_time=1
-:	elapsed: 
-:	remain: 
-:snmp_read
 :discovery_response: operation=1 NETSNMP_CALLBACK_OP_RECEIVED_MESSAGE=1
 :pdu: errstat=0 SNMP_ERR_NOERROR=0
 	var: type=4 len=23 val=<MFG:A;MDL:m;CLS:PRINTER>
-:end of response collecting iteration
 :	ready=0
 :have_more_time=0
-:snmp_timeout
 :response_count=1
 /tmp/devscout.log file open error
 :received
 04 04 69  74 27 73 a2
 0 not dumped
 1
+0
+2
 )");
 }
 
@@ -158,19 +136,4 @@ strace -f -e trace=open,openat "$0" -s --snmp 2>&1 | grep -E 'mibs|MIB|^ip:|snmp
     EXPECT_THAT(result.program.out, testing::HasSubstr("/tmp/snmp.conf"));
     EXPECT_EQ(result.program.out.find("mibs"), std::string::npos) << result.program.out;
     EXPECT_EQ(line_count(result.program.out, "ip: 10.9.1.1 "), 1U) << result.program.out;
-}
-
-TEST(Lab, WorksWithDescriptorsOfAnyNumberAndWithoutStandardStreams)
-{
-    constexpr char FLEET[] = R"(device 10.9.1.1 id6=::1:1 id="MFG:A;MDL:m;CLS:PRINTER;"
-device 10.9.1.2 nodeq.a=ABC
-device 10.9.1.3 slp.url="service:printer:ipp://%a")";
-    // The log must not take the place of the standard output.
-    const lab_result result = shell_in_lab({FLEET}, R"sh(
->/tmp/devscout_snmp.lcf; ("$0" -s --time --snmp <&- >&-; echo $?; grep -c '^INFO: 20' /tmp/devscout_snmp.log
-    grep '^# ' /tmp/devscout_snmp.log)
-ulimit -n 4096; for i in {3..1200}; do eval "exec $i</dev/null"; done; exec "$0")sh");
-    EXPECT_THAT(result.program.out, testing::StartsWith("0\n2\nWARNING: "));
-    EXPECT_EQ(line_count(result.program.out, "# Total 5 printers found, "), 1U)
-        << result.program.out;
 }

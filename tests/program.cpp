@@ -1,11 +1,11 @@
 // Running programs from a test: on their own, at a terminal, or in the lab network.
 #include "program.h"
 
-#include <algorithm>
 #include <csignal>
 #include <fcntl.h>
 #include <poll.h>
 #include <sched.h>
+#include <set>
 #include <stdlib.h>
 #include <sys/ioctl.h>
 #include <sys/wait.h>
@@ -173,10 +173,9 @@ size_t line_count(const std::string &text, const std::string &prefix)
 
 std::string sorted_devices(const std::string &text, const std::string &prefix)
 {
-    std::vector<std::string> lines = lines_of(lines_with(text, prefix));
-    std::sort(lines.begin(), lines.end());
+    const std::vector<std::string> lines = lines_of(lines_with(text, prefix));
     std::string sorted;
-    for (const std::string &line : lines)
+    for (const std::string &line : std::multiset<std::string>(lines.begin(), lines.end()))
         sorted += line + "\n";
     return sorted;
 }

@@ -8,9 +8,6 @@
 struct test_list {
     list_node *head = nullptr;
 
-    test_list() = default;
-    test_list(const test_list &) = delete;
-    test_list &operator=(const test_list &) = delete;
     ~test_list()
     {
         list_free(&head);

@@ -16,8 +16,6 @@ struct scratch_folder {
         std::filesystem::create_directories(SCRATCH_ROOT);
         path = mkdtemp(name.data());
     }
-    scratch_folder(const scratch_folder &) = delete;
-    scratch_folder &operator=(const scratch_folder &) = delete;
     ~scratch_folder()
     {
         std::error_code ignored;

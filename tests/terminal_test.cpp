@@ -54,24 +54,15 @@ TEST(Terminal, ShowsTheStatusAndTakesItAway)
 {
     const struct {
         arguments given;
-        std::string methods;
+        std::string beside_snmp;
         std::string requests;
         std::string at_last;
-        unsigned short columns = 80;
+        std::string what;
+        unsigned short columns; ///< 0: a terminal that does not tell it
     } cases[] = {
-        {{"--nodeq", "--snmp"},
-         "snmp nodeq",
-         "snmp  3 devices  2 to describe",
-         "2 devices  1 to describe"},
-        {{"--nodeq", "--snmp", "--quick"},
-         "snmp nodeq",
-         "snmp  3 devices  2 to describe",
-         "2 devices  1 to describe"},
-        {{"--scanner", "--snmp", "--nodeq6"},
-         "snmp nodeq6",
-         "snmp  2 devices  2 to inquire",
-         "2 devices  2 to inquire",
-         0}, // a terminal that does not tell it
+        {{"--nodeq", "--snmp"}, "nodeq", "3 devices  2", "1", "describe", 80},
+        {{"--nodeq", "--snmp", "--quick"}, "nodeq", "3 devices  2", "1", "describe", 80},
+        {{"--scanner", "--snmp", "--nodeq6"}, "nodeq6", "2 devices  2", "2", "inquire", 0},
     };
     for (const auto &c : cases) {
         const scripted_run scripted(SLOW_CHILDREN);
@@ -82,9 +73,9 @@ TEST(Terminal, ShowsTheStatusAndTakesItAway)
         piped.finish();
         const std::vector<std::string> lines = status_lines(session.written);
         ASSERT_FALSE(lines.empty());
-        EXPECT_EQ(lines.front(), c.methods + "  0 devices");
-        EXPECT_THAT(lines, testing::Contains(c.requests));
-        EXPECT_THAT(lines, testing::Contains(c.at_last));
+        EXPECT_EQ(lines.front(), "snmp " + c.beside_snmp + "  0 devices");
+        EXPECT_THAT(lines, testing::Contains("snmp  " + c.requests + " to " + c.what));
+        EXPECT_THAT(lines, testing::Contains("2 devices  " + c.at_last + " to " + c.what));
         EXPECT_EQ(session.written.find('\033'), std::string::npos);
         EXPECT_EQ(screen(session.written), "");
         EXPECT_EQ(without_seconds(session.printed), without_seconds(piped.printed));
@@ -139,10 +130,7 @@ TEST(Terminal, KeepsDebugLinesWholeOnTheSameTerminal)
 
 TEST(Terminal, TellsWhatArgumentsMeanAndWhyNothingWasListed)
 {
-    const struct {
-        arguments given;
-        std::string expected; ///< on standard error
-    } cases[] = {
+    const std::pair<arguments, std::string> cases[] = {
         {{"--snpm"}, R"(devscout: '--snpm' is no option and is ignored .see devscout.1..
 devscout: no method was selected, so nothing was asked .--all: the usual.
 )"},
@@ -164,12 +152,12 @@ devscout: 'y' is no option and is ignored .see devscout.1..
         {{"-R", "127.0.0.1", "--snpm"}, ""},
     };
     const scripted_run scripted(ONE_DEVICE);
-    for (const auto &c : cases) {
-        program_session session(scripted.with(c.given), &TERMINAL);
+    for (const auto &[given, expected] : cases) {
+        program_session session(scripted.with(given), &TERMINAL);
         session.finish();
-        EXPECT_THAT(screen(session.written), testing::MatchesRegex(c.expected));
+        EXPECT_THAT(screen(session.written), testing::MatchesRegex(expected));
         EXPECT_EQ(session.written.find('\033'), std::string::npos);
-        const program_result piped = run_program(scripted.with(c.given));
+        const program_result piped = run_program(scripted.with(given));
         EXPECT_EQ(piped.err, "");
         EXPECT_EQ(without_seconds(session.printed), without_seconds(piped.out));
     }
@@ -177,10 +165,7 @@ devscout: 'y' is no option and is ignored .see devscout.1..
 
 TEST(Terminal, TellsWhatASingleDeviceRunWasNotGiven)
 {
-    const struct {
-        arguments given;
-        std::string expected;
-    } cases[] = {
+    const std::pair<arguments, std::string> cases[] = {
         {{"-c", "x\033", "-R", "127.0.0.1"},
          "# Mode get_description\n(# ERROR: [^\n]*\n)*"
          "devscout: 127.0.0.1 tells no make and model by SNMP .community 'x '.\n"},
@@ -192,13 +177,12 @@ TEST(Terminal, TellsWhatASingleDeviceRunWasNotGiven)
          "devscout: '-s' is taken for the ADDRESS of '-I'\n# Mode scanner_inquiry\n"
          "devscout: -s gives no scanner inquiry block on TCP port 9400\n"},
     };
-    for (const auto &c : cases) {
+    for (const auto &[given, expected] : cases) {
         constexpr terminal_settings FOR_ALL = {80, true};
         const scripted_run scripted("");
-        program_session session(scripted.with(c.given), &FOR_ALL);
+        program_session session(scripted.with(given), &FOR_ALL);
         session.finish();
-        EXPECT_THAT(screen(session.written),
-                    testing::MatchesRegex("WARNING: [^\n]*\n" + c.expected));
+        EXPECT_THAT(screen(session.written), testing::MatchesRegex("WARNING: [^\n]*\n" + expected));
     }
 }
 
@@ -225,10 +209,7 @@ TEST(Terminal, NamesTheOptionForLongQueuesOnce)
 
 TEST(Terminal, PrintsHelpAndDoesNothingElse)
 {
-    const struct {
-        arguments given;
-        std::string expected;
-    } cases[] = {
+    const std::pair<arguments, std::string> cases[] = {
         {{"--interface", "none", "--version", "--help"}, "devscout " PROJECT_VERSION "\n"},
         {{"-s", "--slp", "--snpm", "-h"}, R"(Usage: devscout .*
 Before or among the methods:
@@ -245,10 +226,10 @@ See devscout.1..
 )"},
     };
     const scripted_run scripted("*) touch \"$here/started\";;");
-    for (const auto &c : cases) {
-        program_session session(scripted.with(c.given), &TERMINAL);
+    for (const auto &[given, expected] : cases) {
+        program_session session(scripted.with(given), &TERMINAL);
         EXPECT_EQ(session.finish(), 0);
-        EXPECT_THAT(session.printed, testing::MatchesRegex(c.expected));
+        EXPECT_THAT(session.printed, testing::MatchesRegex(expected));
         EXPECT_EQ(session.written, "");
     }
     EXPECT_EQ(scripted.file("started"), "");
