@@ -110,10 +110,8 @@ TEST(Log, TakesNothingThatIsNotItsOwnFile)
     const std::string &victim = files.victim;
     const std::string &log = files.plain;
     std::ofstream(victim) << "precious";
-    const struct {
-        std::string lay;
-        bool is_read; ///< a FIFO is: then nothing but what it is keeps it from being opened
-    } cases[] = {
+    // Where a FIFO is read, nothing but what it is keeps it from being opened.
+    const std::pair<std::string, bool> cases[] = {
         {"ln -s '" + victim + "' ", false},
         {"ln '" + victim + "' ", false},
         {"mkfifo ", false},
@@ -124,15 +122,15 @@ TEST(Log, TakesNothingThatIsNotItsOwnFile)
          false},
     };
     for (const char *settings : {"APPEND_MODE=0\n", "APPEND_MODE=1\n"}) {
-        for (const auto &c : cases) {
+        for (const auto &[lay, is_read] : cases) {
             std::filesystem::remove(log);
-            ASSERT_EQ(system((c.lay + log).c_str()), 0) << c.lay;
-            const descriptor reader(c.is_read ? open(log.c_str(), O_RDONLY | O_NONBLOCK) : -1);
+            ASSERT_EQ(system((lay + log).c_str()), 0) << lay;
+            const descriptor reader(is_read ? open(log.c_str(), O_RDONLY | O_NONBLOCK) : -1);
             testing::internal::CaptureStderr();
             files.open_with(settings);
-            EXPECT_EQ(testing::internal::GetCapturedStderr(), log + " file open error\n") << c.lay;
-            EXPECT_EQ(log_stream, nullptr) << c.lay;
-            EXPECT_EQ(content_of(victim), "precious") << c.lay;
+            EXPECT_EQ(testing::internal::GetCapturedStderr(), log + " file open error\n") << lay;
+            EXPECT_EQ(log_stream, nullptr) << lay;
+            EXPECT_EQ(content_of(victim), "precious") << lay;
         }
     }
     EXPECT_EQ(content_of(log), "precious") << "another user's file is not emptied either";
