@@ -241,5 +241,9 @@ int log_setvbuf(char *buffer, int mode, size_t size)
 
 int log_xdump(const void *data, int length, const char *title)
 {
-    return log_stream == nullptr ? 0 : xdump_to(log_stream, data, length, title);
+    if (log_stream == nullptr)
+        return 0;
+    const int written = xdump_to(log_stream, data, length, title);
+    flush_if_asked();
+    return written;
 }

@@ -27,9 +27,9 @@ constexpr int64_t OVERFLOWED_WAIT_US = 2 * MICROSECONDS_PER_SECOND;
 /// requests alone, so these come at regular waits, unless the properties say how long to wait.
 constexpr int THOROUGH_IDLE_REPETITIONS = 6;
 constexpr int32_t THOROUGH_WAIT_MS = 500;
+constexpr int64_t THOROUGH_WAIT_US = THOROUGH_WAIT_MS * MICROSECONDS_PER_MILLISECOND;
 /// What directory agents leave to the multicast search at least.
-constexpr int64_t THOROUGH_LEAST_US =
-    (1 + THOROUGH_IDLE_REPETITIONS) * THOROUGH_WAIT_MS * MICROSECONDS_PER_MILLISECOND;
+constexpr int64_t THOROUGH_LEAST_US = (1 + THOROUGH_IDLE_REPETITIONS) * THOROUGH_WAIT_US;
 
 bool is_control(char character)
 {
@@ -105,8 +105,9 @@ void leave_time_for_multicast(const slp_properties &properties, slp_results *res
     const int64_t least_us = properties.is_multicast_wait_set
                                  ? properties.multicast_maximum_wait * MICROSECONDS_PER_MILLISECOND
                                  : THOROUGH_LEAST_US;
-    results->deadline_us =
-        std::max(results->deadline_us, monotonic_us() + least_us + OVERFLOWED_WAIT_US);
+    // One wait more: the least would lose its last one to the microsecond in which it begins.
+    results->deadline_us = std::max(
+        results->deadline_us, monotonic_us() + least_us + THOROUGH_WAIT_US + OVERFLOWED_WAIT_US);
 }
 
 slp_patience patience_of(const slp_properties &properties, int64_t deadline_us)
