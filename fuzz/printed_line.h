@@ -31,8 +31,6 @@ struct line_pattern {
     {
         require(regcomp(&compiled, text.c_str(), REG_EXTENDED) == 0, "a pattern", text);
     }
-    line_pattern(const line_pattern &) = delete;
-    line_pattern &operator=(const line_pattern &) = delete;
     ~line_pattern()
     {
         regfree(&compiled);
