@@ -38,7 +38,7 @@ done)",
 
     const std::vector<std::string> totals = lines_of(result.out);
     ASSERT_EQ(totals.size(), 13U) << result.out;
-    EXPECT_LT(atol(totals.front().c_str()), 4000) << "the limits meant nothing";
+    EXPECT_LT(std::stol(totals.front()), 4000) << "the limits meant nothing";
     EXPECT_EQ(totals.back(), "4000") << result.out;
 }
 
