@@ -132,8 +132,6 @@ TEST(Lab, ReadsNoMibFileWhateverTheHostIsConfiguredTo)
         shell_in_lab({"device 10.9.1.1 id=\"MFG:A;MDL:m;CLS:PRINTER\"\n"}, R"sh(
 export SNMPCONFPATH=/tmp ASAN_OPTIONS=detect_leaks=0
 printf 'mibs +ALL\nmibdirs /usr/share/snmp/mibs:/etc\n' >/tmp/snmp.conf
-strace -f -e trace=open,openat "$0" -s --snmp 2>&1 | grep -E 'mibs|MIB|^ip:|snmp.conf')sh");
-    EXPECT_THAT(result.program.out, testing::HasSubstr("/tmp/snmp.conf"));
-    EXPECT_EQ(result.program.out.find("mibs"), std::string::npos) << result.program.out;
-    EXPECT_EQ(line_count(result.program.out, "ip: 10.9.1.1 "), 1U) << result.program.out;
+strace -f -e trace=open,openat "$0" -s --snmp 2>&1 | grep -oE 'mibs|^ip: [^ ]*|/tmp/snmp.conf' | sort -u)sh");
+    EXPECT_EQ(result.program.out, "/tmp/snmp.conf\nip: 10.9.1.1\n");
 }

@@ -19,6 +19,7 @@ namespace
 using arguments = std::vector<std::string>;
 
 constexpr terminal_settings TERMINAL;
+constexpr terminal_settings FOR_ALL = {80, true};
 
 /// A report up to the seconds in its last line.
 std::string without_seconds(const std::string &report)
@@ -116,7 +117,6 @@ TEST(Terminal, CutsTheStatusAndRefreshesItTenTimesASecond)
 TEST(Terminal, KeepsDebugLinesWholeOnTheSameTerminal)
 {
     const scripted_run scripted(SLOW_CHILDREN);
-    constexpr terminal_settings FOR_ALL = {80, true};
     program_session session(scripted.with({"-d2", "--snmp"}), &FOR_ALL);
     session.finish();
     EXPECT_FALSE(status_lines(session.written).empty());
@@ -174,7 +174,6 @@ TEST(Terminal, TellsWhatASingleDeviceRunWasNotGiven)
          "devscout: -s gives no scanner inquiry block on TCP port 9400\n"},
     };
     for (const auto &[given, expected] : cases) {
-        constexpr terminal_settings FOR_ALL = {80, true};
         const scripted_run scripted("");
         program_session session(scripted.with(given), &FOR_ALL);
         session.finish();
