@@ -91,10 +91,13 @@ echo "$(ASAN_OPTIONS=detect_leaks=0 strace -e trace=openat "$0" --thorough -I mu
 for host in 5 8 9 10; do "$0" --thorough -I 10.9.1.$host | grep -c '^a' & done | sort; wait
 nft 'add table ip t; add chain ip t o { type filter hook output priority 0; }
     add rule ip t o tcp dport 161 drop'
+for way in "" --quick; do "$0" $way -R 10.9.1.2; done
 "$0" --thorough -R 10.9.1.{2,3,7}; "$0" --thorough --snmp -c x; "$0" -c other --thorough --snmp)sh");
     EXPECT_EQ(lines_with(result.program.out, "ip: ") + lines_with(result.program.out, "1") +
                   lines_with(result.program.out, "0"),
               R"(ip: 10.9.1.4        dsc: "A slow"
+ip: 10.9.1.2         dsc: " " ERROR: Destination unreachable
+ip: 10.9.1.2         dsc: " " ERROR: Destination unreachable
 ip: 10.9.1.3         dsc: " " ERROR: Destination unreachable
 ip: 10.9.1.7        dsc: "Taliven PNE-1"
 ip: 10.9.1.5        slp: 0,0,0,0 snmp: 1,1,0 vendor: A dsc: "s"
