@@ -25,8 +25,10 @@ void on_interruption(int signal)
     if (first_interruption == 0)
         first_interruption = signal;
     const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
-    dup2(nowhere, STDOUT_FILENO);
-    close(nowhere);
+    if (nowhere >= 0) {
+        dup2(nowhere, STDOUT_FILENO);
+        close(nowhere);
+    }
     errno = saved_errno;
 }
 
