@@ -68,7 +68,13 @@ netsnmp_session *session_for(device_query *query)
     netsnmp_session *&session = sessions[query->turn / DEVICES_PER_SESSION % count_sessions()];
     if (session == nullptr)
         session = open_session(*query->sessions, ipv6);
-    return session != nullptr ? session : sessions[0];
+    if (session != nullptr)
+        return session;
+    // Where no descriptor is to be had for another one, any that is open serves.
+    netsnmp_session **const end = sessions + QUERY_SESSIONS_MAX;
+    netsnmp_session **const opened =
+        std::find_if(sessions, end, [](const netsnmp_session *other) { return other != nullptr; });
+    return opened != end ? *opened : nullptr;
 }
 
 /// Makes a request go to the device, whatever address the session was opened for. Returns whether

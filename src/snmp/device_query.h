@@ -9,7 +9,7 @@
 #include <poll.h>
 
 constexpr size_t QUERY_SESSIONS_MAX = 32; ///< of each family
-constexpr int64_t QUERY_REPEAT_US = 150000;
+constexpr int64_t QUERY_REPEAT_US = 150 * MICROSECONDS_PER_MILLISECOND;
 
 /// One session for all devices of a family, several with --thorough; nullptr: not opened (yet).
 /// Closed with their record.
